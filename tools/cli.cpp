@@ -174,4 +174,27 @@ void print_pose(const Pose &p) {
                 fmt(p.euler.ry * kDeg, 4).c_str(), fmt(p.euler.rz * kDeg, 4).c_str());
 }
 
+std::string json_array(const float *values, int n, double scale, int precision) {
+    std::string s = "[";
+    for (int i = 0; i < n; ++i) s += (i ? ", " : "") + fmt(values[i] * scale, precision);
+    return s + "]";
+}
+
+std::string json_array(const std::vector<float> &values, double scale, int precision) {
+    return json_array(values.data(), static_cast<int>(values.size()), scale, precision);
+}
+
+std::string json_pose(const Pose &p) {
+    const float pos[3] = {p.x, p.y, p.z};
+    const float quat[4] = {p.quaternion.w, p.quaternion.x, p.quaternion.y, p.quaternion.z};
+    const float eul[3] = {p.euler.rx, p.euler.ry, p.euler.rz};
+    return "{\"position\": " + json_array(pos, 3) + ", \"quaternion\": " + json_array(quat, 4) +
+           ", \"euler\": " + json_array(eul, 3) + "}";
+}
+
+std::vector<float> to_radians(std::vector<float> values) {
+    for (auto &v : values) v = static_cast<float>(v / kDeg);
+    return values;
+}
+
 }  // namespace tova_cli

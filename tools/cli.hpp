@@ -71,6 +71,13 @@ void select_model(uint32_t type, uint32_t sensor);
 std::string fmt(double v, int precision = 6);
 void print_matrix(const Matrix &m, int precision = 6);
 void print_pose(const Pose &p);
+// JSON array of values times scale, e.g. [1.000000, 2.000000]
+std::string json_array(const std::vector<float> &values, double scale = 1.0, int precision = 6);
+std::string json_array(const float *values, int n, double scale = 1.0, int precision = 6);
+// Pose as a JSON object {"position": [...], "quaternion": [...], "euler": [...]}
+std::string json_pose(const Pose &p);
+// Reads "--degrees" style joint input: values in degrees become radians.
+std::vector<float> to_radians(std::vector<float> values);
 
 constexpr double kDeg = 57.29577951308232;  // degrees per radian, for display only
 
