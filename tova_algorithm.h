@@ -1,6 +1,7 @@
 #ifndef TOVA_TOVA_ALGORITHM_H
 #define TOVA_TOVA_ALGORITHM_H
 /* Umbrella header of libtova_algorithm: the whole exported C interface. */
+#include "tova_version.h"
 #include "math/tova_mathfuncs.h"
 #include "math/tova_matrix.h"
 #include "math/ulapack_svd.h"

@@ -5,7 +5,7 @@
 # Orocos KDL the benchmarks' peer.
 set -euo pipefail
 packages=(cmake ninja-build g++ clang python3 libgtest-dev libgmock-dev libbenchmark-dev
-          libeigen3-dev valgrind liborocos-kdl-dev)
+          libeigen3-dev valgrind liborocos-kdl-dev pkgconf)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -7,7 +7,7 @@ import subprocess
 import sys
 
 lib, root = sys.argv[1], pathlib.Path(sys.argv[2])
-headers = [root / "tova_algorithm.h"]
+headers = [root / "tova_algorithm.h", root / "tova_version.h"]
 for sub in ("config", "math", "kinematics", "ikine"):
     headers += sorted((root / sub).glob("*.h"))
 

@@ -1,0 +1,3 @@
+#include "tova_version.h"
+
+extern "C" uint32_t libalgo_get_version(void) { return TOVA_ALGORITHM_VERSION; }
