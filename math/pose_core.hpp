@@ -1,0 +1,148 @@
+// Internal C++ cores of the pose conversions (Euler angles, quaternions,
+// rotation blocks of Matrix records). All single precision with float
+// trigonometry; the extern "C" functions in tova_mathfuncs.cpp wrap these, and
+// kinematics code may call them inline.
+#ifndef TOVA_MATH_POSE_CORE_HPP
+#define TOVA_MATH_POSE_CORE_HPP
+
+#include <cmath>
+
+#include "math/fixed_matrix.hpp"
+#include "math/tova_mathfuncs.h"
+
+namespace tova {
+
+// |m(2,0)| beyond this counts as gimbal lock (ry at +-pi/2).
+constexpr float kGimbalBound = 0.999999f;
+// Extracted angles below this get one turn added, so results never sit near -pi.
+constexpr float kWrapBelow = -3.13f;
+constexpr float kTwoPiF = 6.2831855f;
+
+inline float wrap_angle(float a) { return a < kWrapBelow ? a + kTwoPiF : a; }
+
+// Writes R = Rz(rz) * Ry(ry) * Rx(rx) into rows/columns 0..2 of r; nothing else.
+inline void put_euler_rotation(Matrix& r, float rx, float ry, float rz) {
+    const float sx = std::sin(rx), cx = std::cos(rx);
+    const float sy = std::sin(ry), cy = std::cos(ry);
+    const float sz = std::sin(rz), cz = std::cos(rz);
+    auto& m = r.data;
+    m[0][0] = cy * cz;
+    m[0][1] = sx * sy * cz - cx * sz;
+    m[0][2] = cx * sy * cz + sx * sz;
+    m[1][0] = cy * sz;
+    m[1][1] = cx * cz + sx * sy * sz;
+    m[1][2] = cx * sy * sz - sx * cz;
+    m[2][0] = -sy;
+    m[2][1] = sx * cy;
+    m[2][2] = cx * cy;
+}
+
+// Writes the rotation of q (normalised implicitly; norm^2 <= 1e-6 gives the
+// identity) into rows/columns 0..2 of r; nothing else.
+inline void put_quat_rotation(Matrix& r, const Quaternion& q) {
+    const float w = q.w, x = q.x, y = q.y, z = q.z;
+    const float n = w * w + x * x + y * y + z * z;
+    const float s = n > 1e-6f ? 2.0f / n : 0.0f;
+    auto& m = r.data;
+    m[0][0] = 1.0f - s * (y * y + z * z);
+    m[0][1] = s * (x * y - w * z);
+    m[0][2] = s * (x * z + w * y);
+    m[1][0] = s * (x * y + w * z);
+    m[1][1] = 1.0f - s * (x * x + z * z);
+    m[1][2] = s * (y * z - w * x);
+    m[2][0] = s * (x * z - w * y);
+    m[2][1] = s * (y * z + w * x);
+    m[2][2] = 1.0f - s * (x * x + y * y);
+}
+
+// Euler angles of the rotation block of R. In gimbal lock the whole rotation
+// about the vertical axis goes into rx and rz is 0; angles below -3.13 are
+// wrapped up by one turn.
+inline Euler euler_from_rotation(const Matrix& R) {
+    const auto& m = R.data;
+    const float ry = std::atan2(-m[2][0], std::sqrt(m[0][0] * m[0][0] + m[1][0] * m[1][0]));
+    float rx, rz;
+    if (m[2][0] > kGimbalBound) {
+        rz = 0.0f;
+        rx = -std::atan2(m[0][1], m[1][1]);
+    } else if (m[2][0] < -kGimbalBound) {
+        rz = 0.0f;
+        rx = std::atan2(m[0][1], m[1][1]);
+    } else {
+        rx = std::atan2(m[2][1], m[2][2]);
+        rz = std::atan2(m[1][0], m[0][0]);
+    }
+    return Euler{wrap_angle(rx), wrap_angle(ry), wrap_angle(rz)};
+}
+
+// Quaternion of the rotation block of R, branching on the trace and then on
+// the largest diagonal element. Comparisons are strict (ties go to the later
+// branch) and the sign of w is left as the branch gives it.
+inline Quaternion quat_from_rotation(const Matrix& R) {
+    const auto& m = R.data;
+    const float t = m[0][0] + m[1][1] + m[2][2];
+    Quaternion q;
+    if (t > 0.0f) {
+        const float r = 2.0f * std::sqrt(t + 1.0f);
+        q.w = r / 4.0f;
+        q.x = (m[2][1] - m[1][2]) / r;
+        q.y = (m[0][2] - m[2][0]) / r;
+        q.z = (m[1][0] - m[0][1]) / r;
+    } else if (m[0][0] > m[1][1] && m[0][0] > m[2][2]) {
+        const float r = 2.0f * std::sqrt(1.0f + m[0][0] - m[1][1] - m[2][2]);
+        q.x = r / 4.0f;
+        q.w = (m[2][1] - m[1][2]) / r;
+        q.y = (m[0][1] + m[1][0]) / r;
+        q.z = (m[0][2] + m[2][0]) / r;
+    } else if (m[1][1] > m[2][2]) {
+        const float r = 2.0f * std::sqrt(1.0f + m[1][1] - m[0][0] - m[2][2]);
+        q.y = r / 4.0f;
+        q.w = (m[0][2] - m[2][0]) / r;
+        q.x = (m[0][1] + m[1][0]) / r;
+        q.z = (m[1][2] + m[2][1]) / r;
+    } else {
+        const float r = 2.0f * std::sqrt(1.0f + m[2][2] - m[0][0] - m[1][1]);
+        q.z = r / 4.0f;
+        q.w = (m[1][0] - m[0][1]) / r;
+        q.x = (m[0][2] + m[2][0]) / r;
+        q.y = (m[1][2] + m[2][1]) / r;
+    }
+    return q;
+}
+
+// Homogeneous transform from a rotation already in rows/columns 0..2 of r and
+// a position: column 3 = (x, y, z, 1), row 3 = (0, 0, 0, 1).
+inline Matrix& finish_transform(Matrix& r, float x, float y, float z) {
+    r.rows = 4;
+    r.cols = 4;
+    r.data[0][3] = x;
+    r.data[1][3] = y;
+    r.data[2][3] = z;
+    r.data[3][0] = r.data[3][1] = r.data[3][2] = 0.0f;
+    r.data[3][3] = 1.0f;
+    return r;
+}
+
+// 4x4 transform of a pose from its Euler angles (quaternion ignored).
+inline Matrix transform_from_pose_euler(const Pose& p) {
+    Matrix r;
+    put_euler_rotation(r, p.euler.rx, p.euler.ry, p.euler.rz);
+    return finish_transform(r, p.x, p.y, p.z);
+}
+
+// 4x4 transform of a pose from its quaternion (Euler angles ignored).
+inline Matrix transform_from_pose_quat(const Pose& p) {
+    Matrix r;
+    put_quat_rotation(r, p.quaternion);
+    return finish_transform(r, p.x, p.y, p.z);
+}
+
+// Pose of a 4x4 transform with both orientation forms filled.
+inline Pose pose_from_transform(const Matrix& T) {
+    return Pose{T.data[0][3], T.data[1][3], T.data[2][3], quat_from_rotation(T),
+                euler_from_rotation(T)};
+}
+
+}  // namespace tova
+
+#endif  // TOVA_MATH_POSE_CORE_HPP
