@@ -1,1 +1,163 @@
+// Fixed 4x4 / 7x7 matrices: the same test bodies run on both capacities; the
+// three 4x4 inverses and the banded 7x7 inverse are cross-checked.
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+#include "math/tova_mathfuncs.h"
+
+namespace {
+
+// One name per operation for both capacities, so typed tests cover both.
+template <class M> M unit(int16_t n);
+template <> Matrix unit<Matrix>(int16_t n) { return unit_matrix(n); }
+template <> MatrixMore unit<MatrixMore>(int16_t n) { return unit_matrix_dim7(n); }
+Matrix mul(const Matrix& a, const Matrix& b) { return matrix_m(&a, &b); }
+MatrixMore mul(const MatrixMore& a, const MatrixMore& b) { return matrix_m_dim7(&a, &b); }
+Matrix add(const Matrix& a, const Matrix& b, int s) { return matrix_a(&a, &b, s); }
+MatrixMore add(const MatrixMore& a, const MatrixMore& b, int s) { return matrix_a_dim7(&a, &b, s); }
+Matrix scale(float k, const Matrix& a) { return matrix_m_num(k, &a); }
+MatrixMore scale(float k, const MatrixMore& a) { return matrix_m_num_dim7(k, &a); }
+Matrix tr(const Matrix& a) { return matrix_t(&a); }
+MatrixMore tr(const MatrixMore& a) { return matrix_t_dim7(&a); }
+Matrix inv(Matrix* a) { return matrix_inv(a); }
+MatrixMore inv(MatrixMore* a) { return matrix_inv_dim7(a); }
+
+template <class T> bool same_bits(const T& a, const T& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+template <class M> constexpr int cap() { return sizeof(M::data) / sizeof(M::data[0]); }
+
+// Random n x n matrix with a dominant diagonal of random sign: well conditioned.
+template <class M> M random_matrix(std::mt19937& rng, int n) {
+    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
+    M a{};
+    a.rows = a.cols = static_cast<int16_t>(n);
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) a.data[i][j] = u(rng) + (i == j ? (u(rng) < 0 ? -n : n) : 0);
+    return a;
+}
+
+template <class M> void expect_near(const M& a, const M& b, float tol) {
+    ASSERT_TRUE(a.rows == b.rows && a.cols == b.cols);
+    for (int i = 0; i < a.rows; ++i)
+        for (int j = 0; j < a.cols; ++j) EXPECT_NEAR(a.data[i][j], b.data[i][j], tol) << i << "," << j;
+}
+
+template <class M> class FixedMatrix : public ::testing::Test {
+protected:
+    std::mt19937 rng{4711};
+};
+using Records = ::testing::Types<Matrix, MatrixMore>;
+TYPED_TEST_SUITE(FixedMatrix, Records);
+
+TYPED_TEST(FixedMatrix, InverseIsTwoSidedForEverySizeAndOverwritesTheArgument) {
+    for (int n = 1; n <= cap<TypeParam>(); ++n)
+        for (int rep = 0; rep < 200; ++rep) {
+            const TypeParam a = random_matrix<TypeParam>(this->rng, n);
+            TypeParam work = a;
+            const TypeParam ai = inv(&work);
+            EXPECT_TRUE(same_bits(ai, work));
+            expect_near(mul(a, ai), unit<TypeParam>(n), 2e-6f);
+            expect_near(mul(ai, a), unit<TypeParam>(n), 2e-6f);
+        }
+}
+
+TYPED_TEST(FixedMatrix, RowExchangeIsUndoneAndZeroPivotGoesNonFinite) {
+    TypeParam swap2{};
+    swap2.rows = swap2.cols = 2;
+    swap2.data[0][1] = swap2.data[1][0] = 1.0f;
+    const TypeParam want = swap2;
+    EXPECT_TRUE(same_bits(inv(&swap2), want));
+    TypeParam singular = unit<TypeParam>(3);
+    singular.data[1][1] = 0.0f;
+    inv(&singular);
+    EXPECT_FALSE(std::isfinite(singular.data[1][1]));
+}
+
+TYPED_TEST(FixedMatrix, ElementwiseRulesKeepOperandSizeAndZeroTheRest) {
+    constexpr int N = cap<TypeParam>();
+    TypeParam a = random_matrix<TypeParam>(this->rng, N);
+    const TypeParam b = random_matrix<TypeParam>(this->rng, N);
+    a.cols = 2;
+    const TypeParam sum = add(a, b, 1), diff = add(a, b, 0), diff2 = add(a, b, -5), at = tr(a);
+    EXPECT_TRUE(sum.cols == 2 && sum.data[1][1] == a.data[1][1] + b.data[1][1] && sum.data[0][2] == 0.0f);
+    EXPECT_TRUE(diff.data[1][1] == a.data[1][1] - b.data[1][1] && same_bits(diff, diff2));
+    EXPECT_TRUE(at.rows == 2 && at.cols == N && at.data[1][N - 1] == a.data[N - 1][1]);
+    EXPECT_TRUE(same_bits(tr(at), scale(1.0f, a)));
+    EXPECT_EQ(scale(2.0f, a).data[1][0], 2.0f * a.data[1][0]);
+    TypeParam expect{};
+    EXPECT_TRUE(same_bits(unit<TypeParam>(0), expect));
+    expect.rows = expect.cols = -3;
+    EXPECT_TRUE(same_bits(unit<TypeParam>(-3), expect));
+}
+
+TYPED_TEST(FixedMatrix, CountsBeyondCapacityActAsCapacity) {
+    constexpr int N = cap<TypeParam>();
+    TypeParam a = random_matrix<TypeParam>(this->rng, N), b = random_matrix<TypeParam>(this->rng, N);
+    TypeParam big_a = a, big_b = b;
+    big_a.rows = big_a.cols = big_b.rows = big_b.cols = 30000;
+    EXPECT_EQ(0, std::memcmp(mul(big_a, big_b).data, mul(a, b).data, sizeof a.data));
+    EXPECT_EQ(0, std::memcmp(add(big_a, big_b, 0).data, add(a, b, 0).data, sizeof a.data));
+    EXPECT_EQ(0, std::memcmp(inv(&big_a).data, inv(&a).data, sizeof a.data));
+    EXPECT_EQ(unit<TypeParam>(100).data[N - 1][N - 1], 1.0f);
+}
+
+TEST(FixedMatrix4, CofactorAdjugateAndGaussJordanInversesAgree) {
+    std::mt19937 rng(99);
+    std::uniform_real_distribution<float> u(-3.0f, 3.0f);
+    for (int rep = 0; rep < 2000; ++rep) {
+        Matrix t = pose_euler_to_transformation_matrix(Pose{u(rng), u(rng), u(rng), {}, {u(rng), u(rng), u(rng)}});
+        for (int i = 0; i < 3 * (rep % 2); ++i)  // every other R sheared: not orthonormal
+            for (int j = 0; j < 3; ++j) t.data[i][j] += 0.1f * u(rng);
+        Matrix work = t;
+        const Matrix gj = inv(&work), adj = matrix_inv_coordinate_system(&t);
+        expect_near(matrix_inv_full_rank(&t), gj, 2e-5f);
+        expect_near(adj, gj, 2e-5f);
+        expect_near(mul(t, adj), unit_matrix(4), 1e-5f);
+        const Matrix g = random_matrix<Matrix>(rng, 4);
+        work = g;
+        expect_near(matrix_inv_full_rank(&g), inv(&work), 1e-6f);
+    }
+}
+
+TEST(FixedMatrix4, ClosedFormEdgesAndProductRounding) {
+    Matrix t = scale(2.0f, unit_matrix(4));
+    t.data[3][3] = 1.0f;
+    t.data[0][3] = 2.0f;
+    Matrix want = scale(0.5f, unit_matrix(4));
+    want.data[3][3] = 1.0f;
+    want.data[0][3] = -1.0f;
+    expect_near(matrix_inv_coordinate_system(&t), want, 0.0f);  // exact, up to the sign of zero
+    Matrix r = scale(2.0f, unit_matrix(3));
+    EXPECT_TRUE(same_bits(matrix_T2R(&t), r));
+    // Products rounded to float ((1+2^-12)^2 loses its 2^-24), sums in double (1e8 + 1 - 1e8 = 1).
+    Matrix a = zero_matrix(1, 3), b = zero_matrix(3, 1);
+    a.data[0][0] = b.data[0][0] = 1.0f + 0x1p-12f;
+    a.data[0][1] = 1.0f;
+    b.data[1][0] = -(1.0f + 0x1p-11f);
+    EXPECT_EQ(mul(a, b).data[0][0], 0.0f);
+    a.data[0][0] = 1e8f, a.data[0][2] = -1e8f;
+    b.data[0][0] = b.data[1][0] = b.data[2][0] = 1.0f;
+    EXPECT_EQ(mul(a, b).data[0][0], 1.0f);
+    EXPECT_EQ(mul(t, zero_matrix(4, 1)).cols, 1);
+}
+
+TEST(FixedMatrix7, BandedInverseMatchesGaussJordan) {
+    std::mt19937 rng(31);
+    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
+    for (int rep = 0; rep < 1000; ++rep) {
+        MatrixMore a = unit_matrix_dim7(7);
+        for (int i = 1; i <= 5; ++i) {
+            a.data[i][i - 1] = u(rng);
+            a.data[i][i] = u(rng) + (u(rng) < 0 ? -3.0f : 3.0f);
+            a.data[i][i + 1] = u(rng);
+        }
+        MatrixMore work = a;
+        const MatrixMore band = simp_matrix_inv77(&a);
+        expect_near(band, inv(&work), 1e-6f);
+        expect_near(mul(a, band), unit_matrix_dim7(7), 1e-6f);
+    }
+}
+
+}  // namespace
