@@ -142,6 +142,34 @@ void select_model(uint32_t type, uint32_t sensor) {
                        std::to_string(sensor));
 }
 
+uint32_t setup_arm(const Options &opt) {
+    const uint32_t type = parse_model(opt.value("model").value_or("vesk"));
+    const long sensor = parse_int(opt.value("sensor").value_or("0"), "--sensor");
+    if (sensor < 0) throw CliError("--sensor must not be negative");
+    select_model(type, static_cast<uint32_t>(sensor));
+    const bool deg = opt.flag("degrees");
+    auto frame = [&](const char *name, size_t n) {
+        auto v = parse_list(*opt.value(name), std::string("--") + name);
+        if (v.size() != n)
+            throw CliError(std::string("--") + name + " needs " + std::to_string(n) + " values");
+        if (deg)
+            for (size_t i = n - 3; i < n; ++i) v[i] = static_cast<float>(v[i] / kDeg);
+        return v;
+    };
+    if (opt.value("tool")) libalgo_set_tool_cs_params(frame("tool", 6).data());
+    if (opt.value("work")) libalgo_set_work_cs_params(frame("work", 6).data());
+    if (opt.value("install")) libalgo_set_robot_install_angle(frame("install", 3).data());
+    return type;
+}
+
+std::vector<float> parse_joints(const Args &words, bool degrees) {
+    const int n = libalgo_get_rbt_dof();
+    std::vector<float> q = parse_floats(words, "the joints");
+    if (static_cast<int>(q.size()) != n)
+        throw CliError("expected " + std::to_string(n) + " joint values, got " + std::to_string(q.size()));
+    return degrees ? to_radians(q) : q;
+}
+
 std::string fmt(double v, int precision) {
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.*f", precision, v);

@@ -67,6 +67,16 @@ class Options {
 // Selects the model (and sensor) or throws with the library's refusal.
 void select_model(uint32_t type, uint32_t sensor);
 
+// Valued options of every command that works on a configured arm.
+inline const std::vector<std::string> kArmOptions = {"model", "sensor", "tool", "work", "install"};
+// Selects --model (default vesk) and --sensor, then applies --tool x,y,z,rx,ry,rz,
+// --work x,y,z,rx,ry,rz and --install rx,ry,rz (angles in degrees with --degrees).
+// Returns the robot type.
+uint32_t setup_arm(const Options &opt);
+// Joint vector of the selected model from words ("0.1 0.2" or "0.1,0.2"), in
+// radians, or degrees converted when `degrees`; exactly dof values.
+std::vector<float> parse_joints(const Args &words, bool degrees);
+
 // ---- printing ----
 std::string fmt(double v, int precision = 6);
 void print_matrix(const Matrix &m, int precision = 6);
