@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <string>
 
 #include "math/tova_mathfuncs.h"
 
@@ -49,7 +50,10 @@ protected:
     std::mt19937 rng{4711};
 };
 using Records = ::testing::Types<Matrix, MatrixMore>;
-TYPED_TEST_SUITE(FixedMatrix, Records);
+struct RecordName {
+    template <class M> static std::string GetName(int) { return cap<M>() == 4 ? "Matrix" : "MatrixMore"; }
+};
+TYPED_TEST_SUITE(FixedMatrix, Records, RecordName);
 
 TYPED_TEST(FixedMatrix, InverseIsTwoSidedForEverySizeAndOverwritesTheArgument) {
     for (int n = 1; n <= cap<TypeParam>(); ++n)
