@@ -145,31 +145,18 @@ TEST(Catalogue, EveryModelAndSensorLoadsItsFactoryValues) {
     }
 }
 
-TEST(Catalogue, DocumentedSingleValues) {
-    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_VESK, 2), 0);
-    DhTable dh;
-    libalgo_get_dh_value(&dh);
-    EXPECT_EQ(dh.d[5], 0.1725f);
-    EXPECT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_VESK, 3), -1);
-
-    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_PIRRA_2, 0), 0);
-    float mlo[8];
-    libalgo_get_modeling_jointlim_min(mlo);
-    EXPECT_EQ(mlo[2], D(-178) + 1.5707964f);
-
-    // 178 deg is the literal 3.106686 as well; 360 deg as a product is not the
-    // literal 6.283185 of the blank arm, and the taldo literals are not products.
-    EXPECT_EQ(D(178), 3.106686f);
-    EXPECT_NE(D(360), 6.283185f);
-    EXPECT_NE(D(-90), -1.570796f);
-    EXPECT_EQ(D(1000), 17.453293f);
-
-    // Default link dynamics are stored as zeros for every model.
-    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_QUELL, 2), 0);
-    DynamicsParams p;
-    libalgo_get_dynamics_params(&p);
-    for (const auto &link : p.link_dynamics)
-        for (float v : link) EXPECT_EQ(v, 0.0f);
+TEST(Catalogue, LiteralsAndStoredDynamics) {
+    // 178 deg and 1000 deg/s^2 as products equal the stored literals; 360 deg
+    // does not equal the blank arm's 6.283185, nor -90 deg taldo's -1.570796.
+    EXPECT_TRUE(D(178) == 3.106686f && D(1000) == 17.453293f);
+    EXPECT_TRUE(D(360) != 6.283185f && D(-90) != -1.570796f && D(180) != 3.141593f);
+    // Default link dynamics are stored as zeros for every model and sensor.
+    for (uint32_t sensor = 0; sensor < 3; ++sensor) {
+        ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_QUELL, sensor), 0);
+        float dyn[70];
+        libalgo_get_link_dynamics_params_default(dyn);
+        for (float v : dyn) EXPECT_EQ(v, 0.0f);
+    }
 }
 
 }  // namespace
