@@ -1,18 +1,38 @@
+// Exported quell solver: configuration in, closed-form search, joints out.
 #include "ikine/ikine_quell.h"
 
-#include <cmath>
+#include "config/libalgo_interface.h"
+#include "ikine/seven_axis_entry.hpp"
+#include "ikine/seven_axis_quell.hpp"
 
-// Placeholder until the solver lands: validates the input and reports
-// "out of reach", holding the current joints.
+using namespace tova::seven_axis;
+
 int32_t inverse_kinematics_quell(mat target, const float *q_current, float *q_out)
 {
-    if (q_current == nullptr || q_out == nullptr) return IKINE7_INVALID_INPUT;
-    for (int i = 0; i < 7; ++i) q_out[i] = q_current[i];
-    if (target.rows != 4 || target.cols != 4) return IKINE7_INVALID_INPUT;
-    for (int r = 0; r < 4; ++r)
-        for (int c = 0; c < 4; ++c)
-            if (!std::isfinite(target.data[r][c])) return IKINE7_INVALID_INPUT;
-    for (int i = 0; i < 7; ++i)
-        if (!std::isfinite(q_current[i])) return IKINE7_INVALID_INPUT;
-    return IKINE7_OUT_OF_REACH;
+    if (q_current == nullptr || q_out == nullptr) return kInvalidInput;
+    for (int i = 0; i < kJoints; ++i) q_out[i] = q_current[i];
+
+    DhTable dh;
+    libalgo_get_dh_value(&dh);
+    // The quell forward kinematics works on the joint values themselves (its
+    // offsets are zero), so the solver does too: machine limits are the
+    // modeling limits minus the offsets.
+    double shift[kJoints], none[kJoints] = {};
+    for (int i = 0; i < kJoints; ++i) shift[i] = dh.offset[i];
+    const QuellGeometry geo{dh.d[0], dh.d[2], dh.d[4], dh.d[6]};
+
+    Rigid tbt, install, tool;
+    Matrix m;
+    double cur[kJoints];
+    if (!read_target(target, &tbt) || !read_joints(q_current, cur)) return kInvalidInput;
+    libalgo_get_robot_install_angle_matrix(&m);
+    if (!rigid_from_matrix(m, &install)) return kInvalidInput;
+    libalgo_get_tool_cs_matrix(&m);
+    if (!rigid_from_matrix(m, &tool)) return kInvalidInput;
+    // target = installation * flange * tool.
+    const Rigid flange = compose(compose(inverse(install), tbt), inverse(tool));
+
+    const Solution s = solve_quell(geo, read_joint_space(shift), read_settings(), flange, cur);
+    if (s.code == kOk) write_joints(s.th, none, q_out);
+    return s.code;
 }

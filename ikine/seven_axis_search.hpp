@@ -1,0 +1,276 @@
+// Search over the redundancy parameter of a seven-axis arm, shared by both
+// models. A model supplies its closed form per parameter value:
+//
+//   unsigned solve(double t, unsigned mask, double raw[kBranches][kJoints]) const;
+//
+// which writes the raw model angles of every branch in `mask` that exists at
+// t and returns the mask of those that exist. The search samples the
+// parameter over a set of spans, refines the best local minima with Brent's
+// method, and keeps the best candidate seen. The objective is the weighted
+// distance to the current joints, the largest speed ratio, or the limit
+// margin (used to find feasible pieces narrower than the sampling step).
+#ifndef TOVA_IKINE_SEVEN_AXIS_SEARCH_HPP
+#define TOVA_IKINE_SEVEN_AXIS_SEARCH_HPP
+
+#include "ikine/seven_axis_core.hpp"
+
+namespace tova::seven_axis {
+
+// A piece of the parameter range and the branches to look at in it.
+struct Span {
+    double a, b;
+    unsigned mask;
+};
+constexpr int kMaxSpans = 96;
+
+enum class Objective { kCost, kRatio, kMargin };
+
+constexpr double kHuge = 1e30;
+
+inline double objective_value(const Candidate& c, Objective obj) {
+    switch (obj) {
+        case Objective::kCost: return c.feasible ? c.cost : kHuge;
+        case Objective::kRatio: return c.feasible ? c.ratio : kHuge;
+        case Objective::kMargin: return -c.margin;
+    }
+    return kHuge;
+}
+
+// Brent's minimiser on [a, b] from an interior point x with known f(x).
+template <class F>
+void brent_minimise(double a, double b, double x, double fx, F&& f, double tol, int max_iter) {
+    constexpr double kGold = 0.3819660112501051;
+    double v = x, w = x, fv = fx, fw = fx, d = 0.0, e = 0.0;
+    for (int it = 0; it < max_iter; ++it) {
+        const double xm = 0.5 * (a + b);
+        const double tol2 = 2.0 * tol;
+        if (std::fabs(x - xm) <= tol2 - 0.5 * (b - a)) break;
+        bool golden = true;
+        if (std::fabs(e) > tol) {
+            double r = (x - w) * (fx - fv);
+            double q = (x - v) * (fx - fw);
+            double p = (x - v) * q - (x - w) * r;
+            q = 2.0 * (q - r);
+            if (q > 0.0) p = -p;
+            q = std::fabs(q);
+            const double etemp = e;
+            e = d;
+            if (!(std::fabs(p) >= std::fabs(0.5 * q * etemp) || p <= q * (a - x) || p >= q * (b - x))) {
+                d = p / q;
+                const double u = x + d;
+                if (u - a < tol2 || b - u < tol2) d = std::copysign(tol, xm - x);
+                golden = false;
+            }
+        }
+        if (golden) {
+            e = (x >= xm) ? a - x : b - x;
+            d = kGold * e;
+        }
+        const double u = (std::fabs(d) >= tol) ? x + d : x + std::copysign(tol, d);
+        const double fu = f(u);
+        if (fu <= fx) {
+            if (u >= x) a = x; else b = x;
+            v = w; fv = fw;
+            w = x; fw = fx;
+            x = u; fx = fu;
+        } else {
+            if (u < x) a = u; else b = u;
+            if (fu <= fw || w == x) {
+                v = w; fv = fw;
+                w = u; fw = fu;
+            } else if (fu <= fv || v == x || v == w) {
+                v = u; fv = fu;
+            }
+        }
+    }
+}
+
+// Sampling step of the speed stage: 0.001 rad, coarser over long spans so
+// that it stays within a few hundred samples.
+inline double speed_step(const Span* spans, int n) {
+    double len = 0.0;
+    for (int i = 0; i < n; ++i) len += spans[i].b - spans[i].a;
+    return std::fmax(0.001, len / 400.0);
+}
+
+// A sampled local minimum of one branch and the bracket around it.
+struct Bracket {
+    double a, b, t, value;
+    int branch;
+};
+constexpr int kMaxBrackets = 4;
+
+template <class P>
+class Search {
+public:
+    Search(const P& problem, const JointSpace& js, const double* cur) : p_(problem), js_(js), cur_(cur) {}
+
+    // All branches in mask at t; returns the mask of those that exist.
+    unsigned eval_all(double t, unsigned mask, Candidate out[kBranches]) const {
+        double raw[kBranches][kJoints];
+        const unsigned got = p_.solve(t, mask, raw);
+        for (int b = 0; b < kBranches; ++b) {
+            if (!(got & (1u << b))) continue;
+            score(raw[b], cur_, js_, &out[b]);
+            out[b].t = t;
+            out[b].branch = b;
+        }
+        return got;
+    }
+
+    bool eval_one(double t, int branch, Candidate* c) const {
+        double raw[kBranches][kJoints];
+        if (!(p_.solve(t, 1u << branch, raw) & (1u << branch))) return false;
+        score(raw[branch], cur_, js_, c);
+        c->t = t;
+        c->branch = branch;
+        return true;
+    }
+
+    // Offers c as the best so far under obj.
+    static void offer(const Candidate& c, Objective obj, Candidate* best, double* best_value) {
+        const double v = objective_value(c, obj);
+        if (v < *best_value) {
+            *best_value = v;
+            *best = c;
+        }
+    }
+
+    // Samples every span with points at most `step` apart (ends included),
+    // offers each candidate to *best and keeps the lowest sampled local minima
+    // per branch in brackets[]. Returns the number of brackets kept.
+    int scan(const Span* spans, int n_spans, double step, Objective obj, Candidate* best, double* best_value,
+             Bracket brackets[kMaxBrackets]) const {
+        int n_br = 0;
+        for (int s = 0; s < n_spans; ++s) {
+            const Span& sp = spans[s];
+            const double len = sp.b - sp.a;
+            const int n = len > 0.0 ? static_cast<int>(std::ceil(len / step)) : 0;
+            // Per branch: values at the previous two samples and their positions.
+            double v_prev[kBranches], v_prev2[kBranches], t_prev2[kBranches];
+            for (int b = 0; b < kBranches; ++b) v_prev[b] = v_prev2[b] = t_prev2[b] = kHuge;
+            double t_prev = sp.a;
+            for (int k = 0; k <= n + 1; ++k) {
+                double v_now[kBranches];
+                double t = sp.b;
+                if (k <= n) {
+                    t = n > 0 ? sp.a + len * k / n : sp.a;
+                    Candidate c[kBranches];
+                    const unsigned got = eval_all(t, sp.mask, c);
+                    for (int b = 0; b < kBranches; ++b) {
+                        v_now[b] = kHuge;
+                        if (!(got & (1u << b))) continue;
+                        v_now[b] = objective_value(c[b], obj);
+                        offer(c[b], obj, best, best_value);
+                    }
+                } else {
+                    for (int b = 0; b < kBranches; ++b) v_now[b] = kHuge;  // past the end
+                }
+                if (k >= 1) {
+                    // Sample k-1 (at t_prev) is a local minimum when no worse than both neighbours.
+                    for (int b = 0; b < kBranches; ++b) {
+                        const double v = v_prev[b];
+                        if (!(v < kHuge) || v > v_prev2[b] || v > v_now[b]) continue;
+                        Bracket br{k >= 2 ? t_prev2[b] : sp.a, k <= n ? t : sp.b, t_prev, v, b};
+                        if (br.a < sp.a) br.a = sp.a;
+                        insert(br, brackets, &n_br);
+                    }
+                }
+                for (int b = 0; b < kBranches; ++b) {
+                    v_prev2[b] = v_prev[b];
+                    t_prev2[b] = t_prev;
+                    v_prev[b] = v_now[b];
+                }
+                t_prev = t;
+            }
+        }
+        return n_br;
+    }
+
+    // Brent refinement of each bracket on its branch.
+    void refine(const Bracket* brackets, int n_br, Objective obj, double tol, Candidate* best,
+                double* best_value) const {
+        for (int i = 0; i < n_br; ++i) {
+            const Bracket& br = brackets[i];
+            if (!(br.b > br.a)) continue;
+            auto f = [&](double t) {
+                Candidate c;
+                if (!eval_one(t, br.branch, &c)) return kHuge;
+                offer(c, obj, best, best_value);
+                return objective_value(c, obj);
+            };
+            brent_minimise(br.a, br.b, br.t, br.value, f, tol, 60);
+        }
+    }
+
+    // Nearest candidate inside the limits: sampled, then refined.
+    void cost_stage(const Span* spans, int n_spans, double step, double tol, Candidate* best,
+                    double* best_cost) const {
+        Bracket br[kMaxBrackets];
+        const int n = scan(spans, n_spans, step, Objective::kCost, best, best_cost, br);
+        refine(br, n, Objective::kCost, tol, best, best_cost);
+    }
+
+    // Looks for feasible pieces narrower than the sampling step by climbing
+    // the limit margin from its best sampled local maxima. A feasible
+    // candidate found this way is offered to *best and refined by cost.
+    void margin_rescue(const Span* spans, int n_spans, double step, double tol, Candidate* best,
+                       double* best_cost) const {
+        Candidate m;
+        double mv = kHuge;
+        Bracket br[kMaxBrackets];
+        const int n = scan(spans, n_spans, step, Objective::kMargin, &m, &mv, br);
+        for (int i = 0; i < n; ++i) {
+            Candidate mi;
+            double vi = kHuge;
+            refine(&br[i], 1, Objective::kMargin, tol, &mi, &vi);
+            if (!(vi < kHuge) || !mi.feasible) continue;
+            offer(mi, Objective::kCost, best, best_cost);
+            Bracket around{br[i].a, br[i].b, mi.t, mi.cost, mi.branch};
+            refine(&around, 1, Objective::kCost, tol, best, best_cost);
+        }
+    }
+
+    // Narrow mode: when *best steps too fast, the candidate in the spans with
+    // the smallest largest speed ratio. Returns false when even that one is
+    // above kRatioOk (*best then unchanged).
+    bool speed_stage(const Span* spans, int n_spans, double step, double tol, Candidate* best) const {
+        if (best->ratio <= kRatioOk) return true;
+        Candidate r = *best;
+        double rv = r.ratio;
+        Bracket br[kMaxBrackets];
+        const int n = scan(spans, n_spans, step, Objective::kRatio, &r, &rv, br);
+        refine(br, n, Objective::kRatio, tol, &r, &rv);
+        if (!(rv <= kRatioOk)) return false;
+        *best = r;
+        return true;
+    }
+
+    // Accepted speed ratio: just below one, so that the float result cannot
+    // round past the limit.
+    static constexpr double kRatioOk = 1.0 - 1e-6;
+
+private:
+    static void insert(const Bracket& br, Bracket brackets[kMaxBrackets], int* n) {
+        int pos = *n;
+        if (pos == kMaxBrackets) {
+            if (br.value >= brackets[kMaxBrackets - 1].value) return;
+            pos = kMaxBrackets - 1;
+        } else {
+            ++*n;
+        }
+        while (pos > 0 && brackets[pos - 1].value > br.value) {
+            brackets[pos] = brackets[pos - 1];
+            --pos;
+        }
+        brackets[pos] = br;
+    }
+
+    const P& p_;
+    const JointSpace& js_;
+    const double* cur_;
+};
+
+}  // namespace tova::seven_axis
+
+#endif

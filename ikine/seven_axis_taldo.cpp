@@ -1,0 +1,241 @@
+#include "ikine/seven_axis_taldo.hpp"
+
+namespace tova::seven_axis {
+
+namespace {
+
+// Modified-DH twists of the taldo arm: 0, -90, 90, 90, -90, 90, 90 degrees.
+constexpr double kAlpha[kJoints] = {0.0, -kPi / 2, kPi / 2, kPi / 2, -kPi / 2, kPi / 2, kPi / 2};
+
+// Relative slack of the elbow (law of cosines) and wrist (sine of joint 5)
+// tests: float targets land just past a stretched elbow or a wrist fold.
+constexpr double kElbowTol = 1e-6;
+constexpr double kWristTol = 1e-6;
+constexpr double kSingular = 1e-10;
+
+}  // namespace
+
+Rigid taldo_forward(const TaldoGeometry& g, const double th[kJoints]) {
+    const double d[kJoints] = {g.d1, 0.0, g.d3, 0.0, g.d5, 0.0, g.d7};
+    const double a[kJoints] = {0.0, 0.0, 0.0, g.a4, g.a5, 0.0, g.a7};
+    Rigid T{identity3(), {0, 0, 0}};
+    for (int i = 0; i < kJoints; ++i) {
+        // Rx(alpha) Tx(a) Rz(th) Tz(d)
+        T.R = mul(T.R, rot_x(kAlpha[i]));
+        T.p = T.p + a[i] * col(T.R, 0);
+        T.R = mul(T.R, rot_z(th[i]));
+        T.p = T.p + d[i] * col(T.R, 2);
+    }
+    return T;
+}
+
+void TaldoArm::setup(const TaldoGeometry& g, const Rigid& flange, const double cur[kJoints]) {
+    g_ = g;
+    R_ = flange.R;
+    for (int i = 0; i < kJoints; ++i) cur_[i] = cur[i];
+    const V3 zf = col(R_, 2);
+    wrist0_ = flange.p - g.d7 * zf;
+    // Shoulder P_s, O4 and P_w lie in the plane normal to axis 4.
+    C0_ = g.d3 * g.d3 + g.a4 * g.a4 + g.a5 * g.a5 + g.d5 * g.d5;
+    const double A = 2.0 * (g.d3 * g.d5 + g.a4 * g.a5), B = 2.0 * (g.d3 * g.a5 - g.a4 * g.d5);
+    rho_ = std::hypot(A, B);
+    phi_ = std::atan2(B, A);
+    // P_w = wrist0 - a7 x6 with x6 = R (cos t, -sin t, 0).
+    const V3 h = V3{0.0, 0.0, g.d1} - wrist0_;
+    const V3 ht = mul_t(R_, h);
+    K_ = dot(h, h) + g.a7 * g.a7;
+    Kc_ = 2.0 * g.a7 * ht.x;
+    Ks_ = -2.0 * g.a7 * ht.y;
+}
+
+unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]) const {
+    const double ct = std::cos(t), st = std::sin(t);
+    const V3 c0 = col(R_, 0), c1 = col(R_, 1), zf = col(R_, 2);
+    const V3 x6 = ct * c0 - st * c1;
+    const V3 v = V3{0.0, 0.0, g_.d1} - (wrist0_ - g_.a7 * x6);  // P_s - P_w
+    double ca = (dot(v, v) - C0_) / rho_;
+    if (!(std::fabs(ca) <= 1.0 + kElbowTol)) return 0;
+    ca = std::fmax(-1.0, std::fmin(1.0, ca));
+    const double delta = std::acos(ca);
+    // Shoulder point seen from frame 6: R06^T v with R06 = R Rz(-t) Rx(-90).
+    const V3 vt = mul_t(R_, v);
+    const V3 p6{ct * vt.x - st * vt.y, -vt.z, st * vt.x + ct * vt.y};
+    const V3 y6 = -1.0 * zf, z6 = st * c0 + ct * c1;
+    const M3 R06{{{x6.x, y6.x, z6.x}, {x6.y, y6.y, z6.y}, {x6.z, y6.z, z6.z}}};
+    const double hp = std::hypot(p6.x, p6.y);
+    const double ang_p6 = std::atan2(p6.y, p6.x);
+
+    unsigned got = 0;
+    for (int ei = 0; ei < 2; ++ei) {
+        const unsigned me = (mask >> (4 * ei)) & 0xFu;
+        if (!me) continue;
+        const double th4 = ei == 0 ? phi_ + delta : phi_ - delta;
+        const double s4 = std::sin(th4), c4 = std::cos(th4);
+        // P_s - P_w in frame 4 is (u4, v4, 0).
+        const double u4 = -(g_.d3 * s4 + g_.a4 * c4 + g_.a5);
+        const double v4 = -(g_.d3 * c4 - g_.a4 * s4 + g_.d5);
+        double th5a;
+        if (std::fabs(u4) > kSingular) {
+            double s5 = p6.z / u4;
+            if (!(std::fabs(s5) <= 1.0 + kWristTol)) continue;
+            s5 = std::fmax(-1.0, std::fmin(1.0, s5));
+            th5a = std::asin(s5);
+        } else {
+            th5a = cur_[4];  // shoulder point on axis 5: joint 5 is free
+        }
+        // Rz(-th4) Rx(-90), shared by both wrist branches.
+        const M3 R4 = mul(rot_z(-th4), rot_x(-kPi / 2));
+        for (int wi = 0; wi < 2; ++wi) {
+            const unsigned mw = (me >> (2 * wi)) & 0x3u;
+            if (!mw) continue;
+            const double th5 = wi == 0 ? th5a : kPi - th5a;
+            const double c5 = std::cos(th5);
+            const double th6 = hp > kSingular ? std::atan2(v4, c5 * u4) - ang_p6 : cur_[5];
+            // R03 = R06 Rz(-th6) Ry(-th5) Rz(-th4) Rx(-90) = Rz(th1) Ry(th2) Rz(th3).
+            const M3 R03 = mul(mul(R06, mul(rot_z(-th6), rot_y(-th5))), R4);
+            const double r13 = R03.m[0][2], r23 = R03.m[1][2], r33 = R03.m[2][2];
+            const double hs = std::hypot(r13, r23);
+            const double th2 = std::atan2(hs, r33);
+            double th1, th3;
+            if (hs > kSingular) {
+                th1 = std::atan2(r23, r13);
+                th3 = std::atan2(R03.m[2][1], -R03.m[2][0]);
+            } else {
+                th1 = cur_[0];
+                th3 = std::atan2(R03.m[1][0], R03.m[0][0]) - th1;
+            }
+            for (int gc = 0; gc < 2; ++gc) {
+                if (!(mw & (1u << gc))) continue;
+                double* q = raw[4 * ei + 2 * wi + gc];
+                q[0] = gc ? th1 + kPi : th1;
+                q[1] = gc ? -th2 : th2;
+                q[2] = gc ? th3 + kPi : th3;
+                q[3] = th4;
+                q[4] = th5;
+                q[5] = th6;
+                q[6] = t;
+            }
+            got |= mw << (4 * ei + 2 * wi);
+        }
+    }
+    return got;
+}
+
+int TaldoArm::elbow_spans(const JointSpace* js, double lo, double hi, Span* out, int cap) const {
+    if (!(hi >= lo)) return 0;
+    double lev[2][2];
+    bool has[2];
+    for (int ei = 0; ei < 2; ++ei) {
+        double da = 0.0, db = kPi;
+        if (js != nullptr) {
+            const double l4 = js->lo[3], h4 = js->hi[3];
+            if (l4 >= phi_ - kPi && h4 <= phi_ + kPi) {  // else any delta may map into the range
+                if (ei == 0) {
+                    da = std::fmax(da, l4 - phi_);
+                    db = std::fmin(db, h4 - phi_);
+                } else {
+                    da = std::fmax(da, phi_ - h4);
+                    db = std::fmin(db, phi_ - l4);
+                }
+            }
+        }
+        has[ei] = db >= da;
+        lev[ei][0] = C0_ + rho_ * std::cos(db) - rho_ * kElbowTol;
+        lev[ei][1] = C0_ + rho_ * std::cos(da) + rho_ * kElbowTol;
+    }
+    double bp[2 + 2 * 2 * 2 * 4];
+    int n = 0;
+    bp[n++] = lo;
+    bp[n++] = hi;
+    for (int ei = 0; ei < 2; ++ei) {
+        if (!has[ei]) continue;
+        for (double level : lev[ei]) {
+            double r[2];
+            const int k = sinusoid_roots(Ks_, Kc_, K_ - level, r);
+            for (int i = 0; i < k; ++i) {
+                // Every turn of the root inside [lo, hi], at most a few.
+                double x = wrap_from(r[i], lo);
+                for (int turn = 0; turn < 4 && x <= hi; ++turn, x += kTwoPi) bp[n++] = x;
+            }
+        }
+    }
+    for (int i = 1; i < n; ++i) {
+        const double v = bp[i];
+        int j = i;
+        while (j > 0 && bp[j - 1] > v) {
+            bp[j] = bp[j - 1];
+            --j;
+        }
+        bp[j] = v;
+    }
+    int n_out = 0;
+    for (int i = 0; i + 1 < n; ++i) {
+        const double a = bp[i], b = bp[i + 1];
+        if (b < a) continue;
+        const double mid = 0.5 * (a + b);
+        const double d2 = K_ + Kc_ * std::cos(mid) + Ks_ * std::sin(mid);
+        unsigned m = 0;
+        for (int ei = 0; ei < 2; ++ei)
+            if (has[ei] && d2 >= lev[ei][0] && d2 <= lev[ei][1]) m |= 0xFu << (4 * ei);
+        if (!m) continue;
+        if (n_out > 0 && out[n_out - 1].b == a && out[n_out - 1].mask == m) {
+            out[n_out - 1].b = b;
+        } else if (n_out < cap) {
+            out[n_out++] = {a, b, m};
+        }
+    }
+    return n_out;
+}
+
+Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchSettings& ss, const Rigid& flange,
+                     const double cur[kJoints]) {
+    Solution out{};
+    for (int i = 0; i < kJoints; ++i) out.th[i] = cur[i];
+    TaldoArm arm;
+    arm.setup(g, flange, cur);
+    Span spans[kMaxSpans];
+    if (arm.elbow_spans(nullptr, -kPi, kPi, spans, kMaxSpans) == 0) {
+        out.code = kOutOfReach;
+        return out;
+    }
+    const Search<TaldoArm> search(arm, js, cur);
+    Candidate best{};
+    double best_cost = kHuge;
+    constexpr double kTol = 1e-9;
+    const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
+    int n_spans = 0;
+    double step;
+    if (ss.narrow && ss.half_window < hi7 - lo7) {
+        const double w = ss.half_window;
+        const double a = std::fmax(lo7, t0 - w), b = std::fmin(hi7, t0 + w);
+        if (b >= a) spans[n_spans++] = {a, b, 0xFFu};
+        if (t0 >= a && t0 <= b) {
+            Candidate c0[kBranches];
+            const unsigned got = search.eval_all(t0, 0xFFu, c0);
+            for (int i = 0; i < kBranches; ++i)
+                if (got & (1u << i)) Search<TaldoArm>::offer(c0[i], Objective::kCost, &best, &best_cost);
+        }
+        step = std::fmax((b - a) / 4.0, 1e-6);
+    } else {
+        n_spans = arm.elbow_spans(&js, lo7, hi7, spans, kMaxSpans);
+        step = 3.0 * kPi / 180.0;
+    }
+    search.cost_stage(spans, n_spans, step, kTol, &best, &best_cost);
+    if (!(best_cost < kHuge)) search.margin_rescue(spans, n_spans, step / 8.0, kTol, &best, &best_cost);
+    if (!(best_cost < kHuge)) {
+        out.code = kJointLimit;
+        return out;
+    }
+    if (ss.narrow && js.check_speed &&
+        !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTol, &best)) {
+        out.code = kSpeedLimit;
+        return out;
+    }
+    for (int i = 0; i < kJoints; ++i) out.th[i] = best.th[i];
+    out.t = best.t;
+    out.branch = best.branch;
+    out.code = kOk;
+    return out;
+}
+
+}  // namespace tova::seven_axis

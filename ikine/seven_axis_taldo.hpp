@@ -1,0 +1,49 @@
+// Inverse kinematics of the taldo arm: spherical shoulder (axes 1-3), elbow
+// axis 4 offset by a4 from axis 3 and a5 from axis 5, wrist axes 5 and 6
+// meeting at P_w, axis 7 offset by a7 from it, modified DH. With joint 7
+// fixed the wrist point is known and the rest is closed form: two elbow, two
+// wrist and two shoulder branches, so the redundancy parameter is joint 7.
+#ifndef TOVA_IKINE_SEVEN_AXIS_TALDO_HPP
+#define TOVA_IKINE_SEVEN_AXIS_TALDO_HPP
+
+#include "ikine/seven_axis_core.hpp"
+#include "ikine/seven_axis_search.hpp"
+
+namespace tova::seven_axis {
+
+struct TaldoGeometry {
+    double d1, d3, d5, d7;  // along the joint axes
+    double a4, a5, a7;      // common normals before joints 4, 5, 7
+};
+
+// Flange pose of the taldo arm for model angles th (offsets included).
+Rigid taldo_forward(const TaldoGeometry& g, const double th[kJoints]);
+
+// Closed form of one target per joint-7 value; branch index = 4 * (elbow
+// minus) + 2 * (wrist second) + (shoulder flipped).
+class TaldoArm {
+public:
+    void setup(const TaldoGeometry& g, const Rigid& flange, const double cur[kJoints]);
+
+    unsigned solve(double t, unsigned mask, double raw[kBranches][kJoints]) const;
+
+    // Pieces of [lo, hi] in joint 7 where each elbow branch exists (with
+    // joint 4 inside its limits when js is given), in closed form: the
+    // squared shoulder-wrist distance is a sinusoid of joint 7.
+    int elbow_spans(const JointSpace* js, double lo, double hi, Span* out, int cap) const;
+
+private:
+    TaldoGeometry g_;
+    M3 R_;
+    V3 wrist0_;          // wrist point at a7 = 0: p - d7 z_F
+    double cur_[kJoints];
+    double C0_, rho_, phi_;  // |P_s P_w|^2 = C0 + rho cos(th4 - phi)
+    double K_, Kc_, Ks_;     // |P_s P_w|^2 = K + Kc cos t + Ks sin t
+};
+
+Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchSettings& ss, const Rigid& flange,
+                     const double cur[kJoints]);
+
+}  // namespace tova::seven_axis
+
+#endif

@@ -1,0 +1,142 @@
+// White-box tests of the seven-axis closed forms and searches against an
+// independent DH chain, for quell (three sensor lengths) and taldo.
+#include <gtest/gtest.h>
+
+#include "ikine/seven_axis_entry.hpp"
+#include "ikine/seven_axis_quell.hpp"
+#include "ikine/seven_axis_taldo.hpp"
+#include "seven_axis_reference.hpp"
+
+namespace {
+
+using namespace tova::seven_axis;
+using seven_ref::T4;
+
+struct ModelId {
+    unsigned type, sensor;
+};
+
+class SevenAxisCore : public ::testing::TestWithParam<ModelId> {
+protected:
+    void SetUp() override {
+        m_ = seven_ref::load_model(GetParam().type, GetParam().sensor);
+        taldo_ = m_.type == 7;
+        double zero[kJoints] = {};
+        js_ = read_joint_space(zero);
+        for (int i = 0; i < kJoints; ++i) off_[i] = m_.offset[i];
+        qg_ = {m_.d[0], m_.d[2], m_.d[4], m_.d[6]};
+        tg_ = {m_.d[0], m_.d[2], m_.d[4], m_.d[6], m_.a[3], m_.a[4], m_.a[6]};
+    }
+    static Rigid rigid(const T4& T) {
+        Rigid r;
+        for (int i = 0; i < 3; ++i) {
+            for (int j = 0; j < 3; ++j) r.R.m[i][j] = T.m[i][j];
+        }
+        r.p = {T.m[0][3], T.m[1][3], T.m[2][3]};
+        return r;
+    }
+    // Model angles of machine angles.
+    void model(const double* q, double* th) const {
+        for (int i = 0; i < kJoints; ++i) th[i] = q[i] + off_[i];
+    }
+    T4 fk_model(const double* th) const {
+        double q[kJoints];
+        for (int i = 0; i < kJoints; ++i) q[i] = th[i] - off_[i];
+        return seven_ref::forward(m_, q);
+    }
+    Solution solve(const T4& target, const double* cur_th, bool narrow, double w = 0.013) const {
+        const SearchSettings ss{narrow, w};
+        return taldo_ ? solve_taldo(tg_, js_, ss, rigid(target), cur_th)
+                      : solve_quell(qg_, js_, ss, rigid(target), cur_th);
+    }
+    // All closed-form branches at parameter t (cur resolves singular cases).
+    unsigned branches(const T4& target, const double* cur_th, double t, double raw[kBranches][kJoints],
+                      double* t_cur = nullptr) const {
+        if (taldo_) {
+            TaldoArm arm;
+            arm.setup(tg_, rigid(target), cur_th);
+            if (t_cur) *t_cur = cur_th[6];
+            return arm.solve(t_cur ? *t_cur : t, 0xFFu, raw);
+        }
+        QuellArm arm;
+        if (arm.setup(qg_, rigid(target), cur_th) != kOk) return 0;
+        if (t_cur) *t_cur = arm.current_phi();
+        return arm.solve(t_cur ? *t_cur : t, 0xFFu, raw);
+    }
+    bool inside(const double* th) const {
+        for (int i = 0; i < kJoints; ++i)
+            if (th[i] < js_.lo[i] || th[i] > js_.hi[i]) return false;
+        return true;
+    }
+
+    seven_ref::Model m_;
+    bool taldo_ = false;
+    JointSpace js_;
+    double off_[kJoints];
+    QuellGeometry qg_;
+    TaldoGeometry tg_;
+};
+
+// Every branch reproduces the target, and at the current parameter one of
+// them is the generating configuration.
+TEST_P(SevenAxisCore, ClosedFormContainsGeneratingJoints) {
+    std::mt19937 rng(11);
+    for (int n = 0; n < 400; ++n) {
+        double q[kJoints], th[kJoints], raw[kBranches][kJoints], t0;
+        seven_ref::random_joints(m_, rng, q);
+        model(q, th);
+        const T4 target = seven_ref::forward(m_, q);
+        const unsigned got = branches(target, th, 0.0, raw, &t0);
+        ASSERT_NE(got, 0u);
+        double nearest = 1e9;
+        for (int b = 0; b < kBranches; ++b) {
+            if (!(got & (1u << b))) continue;
+            const T4 T = fk_model(raw[b]);
+            EXPECT_LT(seven_ref::pos_err(T, target), 1e-9) << "branch " << b;
+            EXPECT_LT(seven_ref::rot_err(T, target), 1e-9) << "branch " << b;
+            double dev = 0;
+            for (int i = 0; i < kJoints; ++i) dev = std::fmax(dev, std::fabs(seven_ref::wrap(raw[b][i] - th[i])));
+            nearest = std::fmin(nearest, dev);
+        }
+        EXPECT_LT(nearest, 1e-7) << "sample " << n;
+    }
+}
+
+TEST_P(SevenAxisCore, WideSearchFindsEveryTarget) {
+    std::mt19937 rng(12);
+    for (int n = 0; n < 150; ++n) {
+        double q[kJoints], th[kJoints], qc[kJoints], cur[kJoints];
+        seven_ref::random_joints(m_, rng, q);
+        seven_ref::random_joints(m_, rng, qc);
+        model(q, th);
+        model(qc, cur);
+        const T4 target = seven_ref::forward(m_, q);
+        const Solution s = solve(target, cur, false);
+        ASSERT_EQ(s.code, kOk) << "sample " << n;
+        const T4 T = fk_model(s.th);
+        EXPECT_LT(seven_ref::pos_err(T, target), 1e-9);
+        EXPECT_LT(seven_ref::rot_err(T, target), 1e-9);
+        EXPECT_TRUE(inside(s.th));
+    }
+}
+
+TEST_P(SevenAxisCore, NarrowSearchKeepsCurrentConfiguration) {
+    std::mt19937 rng(13);
+    for (int n = 0; n < 300; ++n) {
+        double q[kJoints], th[kJoints];
+        seven_ref::random_joints(m_, rng, q);
+        model(q, th);
+        const Solution s = solve(seven_ref::forward(m_, q), th, true);
+        ASSERT_EQ(s.code, kOk) << "sample " << n;
+        for (int i = 0; i < kJoints; ++i) EXPECT_NEAR(s.th[i], th[i], 1e-8) << "joint " << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Models, SevenAxisCore,
+                         ::testing::Values(ModelId{1, 0}, ModelId{1, 1}, ModelId{1, 2}, ModelId{7, 0}),
+                         [](const ::testing::TestParamInfo<ModelId>& i) {
+                             return std::string(i.param.type == 7 ? "taldo" : "quell") +
+                                    std::to_string(i.param.sensor);
+                         });
+
+}  // namespace
