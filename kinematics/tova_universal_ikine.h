@@ -14,6 +14,20 @@ typedef struct IkNumericalRequest {
     Matrix  target_matrix;          /* target for format "T" */
 } IkNumericalRequest;
 
+/* Numerical inverse kinematics of the tool centre point in the work frame, for any
+ * configured arm: damped least squares on the flange-frame Jacobian (damping 0.1 * E,
+ * E = half the squared pose error; position error in work axes on purpose) from up to
+ * thirteen starts: the seed twice, then joints 1 to 5 each lowered by 0.5 rad on two
+ * starts in a row and joint 6 once (downward only, repeats deliberate).
+ * format: "T" uses target_matrix, "Euler" position and euler, any other text position
+ * and quaternion. q_out receives dof angles (rad, machine frame) also on failure, each
+ * folded by whole turns (a negative angle past a turn is raised toward 0; a positive one
+ * is raised further, deliberately) and then moved by one turn when within 1e-4 of a limit
+ * or beyond it. Returns 0 when converged with every joint inside its limits, else -1.
+ * A dof above 7 (not produced by the model catalogue) is treated as 7. */
+TOVA_API int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *format,
+                                          float *q_out);
+
 #ifdef __cplusplus
 }
 #endif
