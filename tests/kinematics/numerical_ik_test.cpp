@@ -203,6 +203,103 @@ TEST_F(NumericalIk, PositiveAngleBeyondATurnIsRaisedThenPulledBackOnce) {
     EXPECT_EQ(out[5], (7.0f + 2.0f * 3.1415927f) - kTwoPi);
 }
 
+// The solver written out literally with `mat` operations, one record per
+// step, as the algorithm reads. The library's solver forms the same sums on
+// small arrays; both must give the same bits.
+int32_t literal_solver(const IkNumericalRequest &req, const char *format, float *q_out) {
+    const int n = libalgo_get_rbt_dof();
+    float hi[8], lo[8];
+    libalgo_get_jointlim_max(hi);
+    libalgo_get_jointlim_min(lo);
+    Matrix Tdm;
+    if (std::strcmp(format, "T") == 0) {
+        Tdm = req.target_matrix;
+    } else {
+        Pose p = req.pose;
+        if (std::strcmp(format, "Euler") != 0) p.euler = quat_to_euler(p.quaternion);
+        Tdm = pose_euler_to_transformation_matrix(p);
+    }
+    const mat Td = matrix_to_mat(&Tdm);
+    float q[7];
+    std::memcpy(q, req.seed, sizeof q);
+    int32_t result = -1;
+    for (int c = 1;; ++c) {
+        bool converged = false;
+        for (int k = 0; k < req.max_iterations; ++k) {
+            const Matrix Tm = kin_universal_kinematics_Tn(q, "machine", "Twt");
+            const mat T = matrix_to_mat(&Tm);
+            const mat e = utils_angle_axis_diff(&T, &Td);
+            float sum = 0.0f;
+            for (int i = 0; i < 6; ++i) sum += e.data[i][0] * e.data[i][0];
+            const float E = 0.5f * sum;
+            if (req.tolerance > E) {
+                converged = true;
+                break;
+            }
+            const MatrixMore Jm = kin_calc_jacobe_Jn(q, "machine");
+            const mat J = matrix_more_to_mat(&Jm);
+            const mat Jt = mat_T(&J);
+            const mat JtJ = mat_mult(&Jt, &J);
+            const mat I = mat_eye(n, n);
+            const mat lI = mat_kM(0.1f * E, &I);
+            const mat H = mat_add(&JtJ, &lI);
+            const mat g = mat_mult(&Jt, &e);
+            mat Hinv = mat_init(n, n);
+            if (mat_inv(H, &Hinv) != 1) break;
+            const mat dq = mat_mult(&Hinv, &g);
+            for (int i = 0; i < n; ++i) q[i] = q[i] + dq.data[i][0];
+        }
+        if (converged) {
+            result = 0;
+            break;
+        }
+        if (c == 13) break;
+        std::memcpy(q, req.seed, sizeof q);
+        if (c / 2 != 0) q[c / 2 - 1] = q[c / 2 - 1] - 0.5f;
+    }
+    for (int i = 0; i < n; ++i) {
+        float x = q[i];
+        const int k = static_cast<int>(x / 6.2831855f);
+        if (k < 0) x = x - static_cast<float>(2 * k) * 3.1415927f;
+        if (k > 0) x = x + static_cast<float>(2 * k) * 3.1415927f;
+        if (static_cast<double>(lo[i]) + 0.0001 > static_cast<double>(x))
+            x = x + 6.2831855f;
+        else if (static_cast<double>(x) > static_cast<double>(hi[i]) - 0.0001)
+            x = x - 6.2831855f;
+        q_out[i] = x;
+        if (x > hi[i] || lo[i] > x) result = -1;
+    }
+    return result;
+}
+
+TEST(NumericalIkLiteral, SameBitsAsTheMatFormulation) {
+    std::mt19937 rng(17);
+    for (const auto &m : ref::all_models()) {
+        if (m.type == ROBOT_GENERIC_7) continue;
+        ref::select(m, rng);
+        const int n = libalgo_get_rbt_dof();
+        for (int s = 0; s < 12; ++s) {
+            const auto q = ref::random_q(rng);
+            if (s % 2 == 0) align_work_frame_with_flange(q.data());
+            IkNumericalRequest r{};
+            r.max_iterations = 1 + s % 6;  // short starts: the restart schedule runs too
+            r.tolerance = 1e-5f;
+            std::uniform_real_distribution<float> near(-1.5f, 1.5f);
+            for (int i = 0; i < n; ++i) r.seed[i] = q[i] + near(rng);
+            r.target_matrix = kin_universal_kinematics_Tn(q.data(), "machine", "Twt");
+            r.pose = transformation_matrix_to_pose(r.target_matrix);
+            const char *format = s % 3 == 0 ? "T" : s % 3 == 1 ? "Euler" : "quaternion";
+            float a[7] = {}, b[7] = {};
+            const int32_t ra = ikine_numerical_solution(&r, format, a);
+            const int32_t rb = literal_solver(r, format, b);
+            EXPECT_EQ(ra, rb) << m.name << " sample " << s;
+            EXPECT_EQ(std::memcmp(a, b, sizeof a), 0) << m.name << " sample " << s;
+        }
+        const float zero[6] = {};
+        libalgo_set_work_cs_params(zero);
+    }
+}
+
 // Round trip on reachable poses: whenever the solver reports success the
 // joints reproduce the target and lie inside the limits; with the work frame
 // on the target flange pose and a seed within 0.3 rad it nearly always does.
