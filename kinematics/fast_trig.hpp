@@ -88,7 +88,10 @@ inline v2i sincos2(v2d x, v2d &sin_out, v2d &cos_out) {
     const v2d z = r * r;
     const v2d v = z * r;
     const v2d sp = splat(kS2) + z * (splat(kS3) + z * (splat(kS4) + z * (splat(kS5) + z * splat(kS6))));
-    const v2d s = r + v * (splat(kS1) + z * sp);
+    // x = -0 must keep its sign (r + v * ... would give +0); no other angle
+    // reduces to an exact zero.
+    const v2i zero = (v2i)(r == splat(0.0));
+    const v2d s = from_bits((bits(r + v * (splat(kS1) + z * sp)) & ~zero) | (bits(r) & zero));
     const v2d cp =
         z * (splat(kC1) +
              z * (splat(kC2) + z * (splat(kC3) + z * (splat(kC4) + z * (splat(kC5) + z * splat(kC6))))));

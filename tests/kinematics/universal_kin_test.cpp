@@ -1,0 +1,217 @@
+// DH link transforms and the frame products of the universal chain.
+#include "fk_fixture.hpp"
+#include "kinematics/universal_kin_internal.hpp"
+
+using namespace fk_test;
+
+namespace {
+
+// Independent double-precision link transforms: modified DH is
+// Rx(alpha) Tx(a) Rz(theta) Tz(d), standard DH is Rz(theta) Tz(d) Tx(a) Rx(alpha).
+Mat4d rot_x(double t) {
+    return {{{1, 0, 0, 0}, {0, std::cos(t), -std::sin(t), 0}, {0, std::sin(t), std::cos(t), 0}, {0, 0, 0, 1}}};
+}
+Mat4d rot_z(double t) {
+    return {{{std::cos(t), -std::sin(t), 0, 0}, {std::sin(t), std::cos(t), 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+}
+Mat4d trans(double x, double z) { return {{{1, 0, 0, x}, {0, 1, 0, 0}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
+
+TEST(LinkTransforms, MatchElementaryProducts) {
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<float> ang(-3.0f, 3.0f), len(-0.5f, 0.5f);
+    for (int n = 0; n < 2000; ++n) {
+        DhTable dh{};
+        float q[8];
+        const int i = n % 8;
+        dh.alpha[i] = ang(rng);
+        dh.d[i] = len(rng);
+        dh.a[i] = len(rng);
+        q[i] = ang(rng);
+        const double al = dh.alpha[i], th = q[i];
+        const Mat4d mdh = rot_x(al) * trans(dh.a[i], 0) * rot_z(th) * trans(0, dh.d[i]);
+        const Mat4d sdh = rot_z(th) * trans(0, dh.d[i]) * trans(dh.a[i], 0) * rot_x(al);
+        EXPECT_LE(max_abs_diff(kin_get_MDH_Ti(i, &dh, q), mdh), 1e-6);
+        EXPECT_LE(max_abs_diff(kin_get_SDH_Ti(i, &dh, q), sdh), 1e-6);
+    }
+}
+
+TEST(LinkTransforms, TwistsNearRightAnglesSnapToExactValues) {
+    struct Case {
+        float alpha, s, c;
+    };
+    const Case cases[] = {
+        {0.0f, 0.0f, 1.0f},           {9e-6f, 0.0f, 1.0f},          {-9e-6f, 0.0f, 1.0f},
+        {1.5707964f, 1.0f, 0.0f},     {1.5708054f, 1.0f, 0.0f},     {1.5707874f, 1.0f, 0.0f},
+        {-1.5707964f, -1.0f, 0.0f},   {-1.5708054f, -1.0f, 0.0f},   {3.1415927f, 0.0f, -1.0f},
+        {3.1416016f, 0.0f, -1.0f},    {-3.1415927f, 0.0f, -1.0f},   {-3.1415837f, 0.0f, -1.0f},
+    };
+    const float q[8] = {0.7f};
+    for (const Case &k : cases) {
+        DhTable dh{};
+        dh.alpha[0] = k.alpha;
+        dh.d[0] = 0.3f;
+        const Matrix m = kin_get_MDH_Ti(0, &dh, q);
+        EXPECT_EQ(m.data[1][2], -k.s) << k.alpha;
+        EXPECT_EQ(m.data[2][2], k.c) << k.alpha;
+        const Matrix s = kin_get_SDH_Ti(0, &dh, q);
+        EXPECT_EQ(s.data[2][1], k.s) << k.alpha;
+        EXPECT_EQ(s.data[2][2], k.c) << k.alpha;
+    }
+    // Beyond the band the twist is evaluated (1.5708164 is 2e-5 away).
+    DhTable dh{};
+    dh.alpha[0] = 1.5708164f;
+    const Matrix m = kin_get_MDH_Ti(0, &dh, q);
+    EXPECT_EQ(m.data[2][2], static_cast<float>(std::cos(1.5708164f)));
+    EXPECT_NE(m.data[2][2], 0.0f);
+}
+
+TEST(LinkTransforms, IndexOutsideTableGivesIdentity) {
+    DhTable dh{};
+    const float q[8] = {};
+    for (int32_t i : {-1, 8, 1000}) {
+        const Matrix m = kin_get_MDH_Ti(i, &dh, q);
+        const Matrix s = kin_get_SDH_Ti(i, &dh, q);
+        const Matrix id = unit_matrix(4);
+        EXPECT_TRUE(same_bits(m, id));
+        EXPECT_TRUE(same_bits(s, id));
+    }
+}
+
+class UniversalChain : public ::testing::Test {
+  protected:
+    void set_frames() {
+        const float tool[6] = {0.02f, 0.0f, 0.12f, 0.0f, 0.3f, 0.1f};
+        const float work[6] = {-0.3f, 0.4f, 0.05f, 0.1f, -0.2f, 0.6f};
+        const float inst[3] = {0.0f, 0.4f, -0.2f};
+        libalgo_set_tool_cs_params(tool);
+        libalgo_set_work_cs_params(work);
+        libalgo_set_robot_install_angle(inst);
+    }
+    static Matrix chain_frame(const std::vector<float> &q, const char *frame) {
+        return kin_universal_kinematics_Tn(q.data(), "machine", frame);
+    }
+    // A := identity, A := A * T_i with the exported link transforms.
+    static Matrix product_of_links(const std::vector<float> &q, int count, bool modified,
+                                   bool add_offsets) {
+        DhTable dh;
+        libalgo_get_dh_value(&dh);
+        float qm[8];
+        for (int i = 0; i < 8; ++i) qm[i] = add_offsets ? q[i] + dh.offset[i] : q[i];
+        Matrix A = unit_matrix(4);
+        for (int i = 0; i < count; ++i) {
+            const Matrix Ti = modified ? kin_get_MDH_Ti(i, &dh, qm) : kin_get_SDH_Ti(i, &dh, qm);
+            A = matrix_m(&A, &Ti);
+        }
+        return A;
+    }
+};
+
+TEST_F(UniversalChain, ConventionFollowsJointCountAndTaldo) {
+    EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_QUELL, 6));
+    EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_TALDO, 7));
+    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_QUELL, 7));
+    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_GENERIC_7, 7));
+    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_VESK, 5));
+
+    const struct {
+        uint32_t type;
+        bool modified;
+    } cases[] = {{ROBOT_VESK, true}, {ROBOT_QUELL, false}, {ROBOT_TALDO, true},
+                 {ROBOT_LUMO_B, true}, {ROBOT_GENERIC_7, false}};
+    for (const auto &k : cases) {
+        select(k.type, 0);
+        if (k.type == ROBOT_GENERIC_7) {  // give the blank arm a geometry
+            DhTable dh{};
+            for (int i = 0; i < 7; ++i) {
+                dh.d[i] = 0.1f * i;
+                dh.a[i] = 0.05f * (i % 3);
+                dh.alpha[i] = 0.4f * (i - 3);
+                dh.offset[i] = 0.1f;
+            }
+            libalgo_set_dh_params(&dh);
+        }
+        JointSampler sampler(k.type);
+        for (int n = 0; n < 50; ++n) {
+            const auto q = sampler.next();
+            const Matrix expect = product_of_links(q, sampler.dof(), k.modified, true);
+            EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "machine", "T0n"), expect))
+                << k.type;
+        }
+    }
+}
+
+TEST_F(UniversalChain, ModelingModeIgnoresOffsets) {
+    EXPECT_TRUE(tova::universal_is_modeling_mode("modeling"));
+    EXPECT_FALSE(tova::universal_is_modeling_mode("modeling "));
+    EXPECT_FALSE(tova::universal_is_modeling_mode("Modeling"));
+    EXPECT_FALSE(tova::universal_is_modeling_mode("machine"));
+    select(ROBOT_PIRRA_2, 1);  // non-zero offsets
+    DhTable dh;
+    libalgo_get_dh_value(&dh);
+    JointSampler sampler(4);
+    for (int n = 0; n < 200; ++n) {
+        const auto q = sampler.next();
+        std::vector<float> qm(8);
+        for (int i = 0; i < 8; ++i) qm[i] = q[i] + dh.offset[i];
+        const Matrix machine = kin_universal_kinematics_Tn(q.data(), "machine", "T0n");
+        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(qm.data(), "modeling", "T0n"), machine));
+        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "anything", "T0n"), machine));
+        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "modeling", "T0n"),
+                              product_of_links(q, 6, true, false)));
+    }
+}
+
+TEST_F(UniversalChain, SelectorsComposeFramesInOrder) {
+    select(ROBOT_TALDO, 0);
+    set_frames();
+    Matrix tool, work, inst;
+    libalgo_get_tool_cs_matrix(&tool);
+    libalgo_get_work_cs_to_base_matrix(&work);
+    libalgo_get_robot_install_angle_matrix(&inst);
+    JointSampler sampler(6);
+    for (int n = 0; n < 100; ++n) {
+        const auto q = sampler.next();
+        const Matrix A = chain_frame(q, "T0n");
+        const Matrix At = matrix_m(&A, &tool);
+        const Matrix IA = matrix_m(&inst, &A);
+        const Matrix IAt = matrix_m(&inst, &At);
+        EXPECT_TRUE(same_bits(chain_frame(q, "T0t"), At));
+        EXPECT_TRUE(same_bits(chain_frame(q, "Tbn"), IA));
+        EXPECT_TRUE(same_bits(chain_frame(q, "Tbt"), IAt));
+        EXPECT_TRUE(same_bits(chain_frame(q, "Twn"), matrix_m(&work, &IA)));
+        EXPECT_TRUE(same_bits(chain_frame(q, "Twt"), matrix_m(&work, &IAt)));
+        // Anything else: Work * Inst, whatever the joints.
+        const Matrix WI = matrix_m(&work, &inst);
+        for (const char *other : {"", "T0N", "t0n", "T0n ", "T07"})
+            EXPECT_TRUE(same_bits(chain_frame(q, other), WI)) << other;
+    }
+}
+
+TEST_F(UniversalChain, StaticsRefreshOnlyAsFarAsTheChainReaches) {
+    select(ROBOT_QUELL, 2);
+    JointSampler seven(8);
+    const auto q7 = seven.next();
+    chain_frame(q7, "Twt");  // any selector refreshes them
+    EXPECT_TRUE(same_bits(chain_frame(q7, "T02"), product_of_links(q7, 2, false, true)));
+    EXPECT_TRUE(same_bits(chain_frame(q7, "T05"), product_of_links(q7, 5, false, true)));
+    EXPECT_TRUE(same_bits(chain_frame(q7, "T06"), product_of_links(q7, 6, false, true)));
+    EXPECT_TRUE(same_bits(tova::universal_T05(), product_of_links(q7, 5, false, true)));
+
+    select(ROBOT_VESK, 0);
+    JointSampler six(9);
+    const auto q6 = six.next();
+    const Matrix flange = chain_frame(q6, "T0n");
+    EXPECT_TRUE(same_bits(tova::universal_T06(), flange));
+    EXPECT_TRUE(same_bits(tova::universal_T02(), product_of_links(q6, 2, true, true)));
+    const Matrix t02 = tova::universal_T02(), t05 = tova::universal_T05(), t06 = tova::universal_T06();
+
+    // A refused selection leaves no joints: the chain is the identity and the
+    // statics keep the vesk products.
+    ASSERT_EQ(libalgo_set_robot_and_sensor_type(2, 0), -1);
+    EXPECT_TRUE(same_bits(chain_frame(q6, "T0n"), unit_matrix(4)));
+    EXPECT_TRUE(same_bits(chain_frame(q6, "T02"), t02));
+    EXPECT_TRUE(same_bits(chain_frame(q6, "T05"), t05));
+    EXPECT_TRUE(same_bits(chain_frame(q6, "T06"), t06));
+}
+
+}  // namespace
