@@ -1,0 +1,314 @@
+// Batched f32 arc tangents, sines and cosines for the six-axis solvers, with
+// results bit-identical to the C library's atan2f, sinf and cosf.
+//
+// Why: one vesk solve needs about forty atan2f and twenty sinf/cosf pairs,
+// which cost far more than the rest of its arithmetic. The solver asks for
+// them a batch at a time (the four arm candidates, or their eight wrist
+// choices, together), and on x86-64 with AVX2 and FMA a batch is evaluated
+// eight (atan2f) or four (sincosf) lanes per instruction.
+//
+// How the results stay identical to the library:
+//  * atan2f follows the classic single-precision argument reduction (five
+//    intervals, atan(1/2), atan(1), atan(3/2) and pi/2 split into high and
+//    low parts) and its eleven-term odd polynomial, operation for operation
+//    in f32, without fused multiply-adds.
+//  * sinf/cosf follow the double-precision scheme of the library's FMA
+//    variant: one multiply-subtract reduction by pi/2 (|x| < 120) and the
+//    degree-7 sine / degree-8 cosine polynomials, fused as that variant is.
+//  * Lanes outside the common path (zeros, infinities, NaN, huge quotients,
+//    |x| >= 120) are recomputed with the library itself.
+//  * At first use the kernels are compared with the library on a fixed set of
+//    arguments; on any difference (another C library, another variant), or on
+//    a CPU without AVX2/FMA, every call goes to the library directly.
+//  * tests/ikine/ik_batch_math_test.cpp compares millions of arguments; its
+//    exhaustive mode (TOVA_EXHAUSTIVE=1) covers every float of |x| < 120.
+#ifndef TOVA_IKINE_IK_BATCH_MATH_HPP
+#define TOVA_IKINE_IK_BATCH_MATH_HPP
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define TOVA_IK_X86_KERNELS 1
+#include <immintrin.h>
+#endif
+
+namespace tova::ik {
+
+// Largest batch the solvers hand over at once.
+inline constexpr int kMaxBatch = 16;
+
+namespace batch_detail {
+
+inline void scalar_atan2f(const float *y, const float *x, float *out, int n) {
+    for (int i = 0; i < n; ++i) out[i] = std::atan2(y[i], x[i]);
+}
+inline void scalar_sincosf(const float *x, float *s, float *c, int n) {
+    for (int i = 0; i < n; ++i) {
+        s[i] = std::sin(x[i]);
+        c[i] = std::cos(x[i]);
+    }
+}
+
+#if TOVA_IK_X86_KERNELS
+#define TOVA_IK_AVX2 __attribute__((target("avx2,fma")))
+
+// ---- atan2f, eight lanes ----
+
+TOVA_IK_AVX2 inline __m256 splat_ps(float v) { return _mm256_set1_ps(v); }
+TOVA_IK_AVX2 inline __m256i splat_epi(int32_t v) { return _mm256_set1_epi32(v); }
+
+// Interval masks of the atan2f reduction.
+struct Intervals {
+    __m256i small, lt0, lt1, lt2;
+};
+TOVA_IK_AVX2 inline __m256 pick_interval(const Intervals &iv, float v_small, float v0, float v1,
+                                         float v2, float v3) {
+    __m256 r = splat_ps(v3);
+    r = _mm256_blendv_ps(r, splat_ps(v2), _mm256_castsi256_ps(iv.lt2));
+    r = _mm256_blendv_ps(r, splat_ps(v1), _mm256_castsi256_ps(iv.lt1));
+    r = _mm256_blendv_ps(r, splat_ps(v0), _mm256_castsi256_ps(iv.lt0));
+    return _mm256_blendv_ps(r, splat_ps(v_small), _mm256_castsi256_ps(iv.small));
+}
+// c + w * acc, rounded twice (never fused).
+TOVA_IK_AVX2 inline __m256 mla(__m256 c, __m256 w, __m256 acc) {
+    return _mm256_add_ps(c, _mm256_mul_ps(w, acc));
+}
+
+// Returns atan2f of eight lanes; `redo` gets all-ones in lanes that must be
+// recomputed by the library.
+TOVA_IK_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
+    const __m256i hx = _mm256_castps_si256(x), hy = _mm256_castps_si256(y);
+    const __m256i abs_mask = splat_epi(0x7fffffff);
+    const __m256i ix = _mm256_and_si256(hx, abs_mask), iy = _mm256_and_si256(hy, abs_mask);
+    const __m256i k = _mm256_srai_epi32(_mm256_sub_epi32(iy, ix), 23);
+    // zero, infinite or NaN operands, and quotients beyond 2^+-60
+    const __m256i inf = splat_epi(0x7f800000);
+    __m256i odd = _mm256_or_si256(_mm256_cmpgt_epi32(ix, _mm256_sub_epi32(inf, splat_epi(1))),
+                                  _mm256_cmpgt_epi32(iy, _mm256_sub_epi32(inf, splat_epi(1))));
+    odd = _mm256_or_si256(odd, _mm256_cmpeq_epi32(ix, _mm256_setzero_si256()));
+    odd = _mm256_or_si256(odd, _mm256_cmpeq_epi32(iy, _mm256_setzero_si256()));
+    odd = _mm256_or_si256(odd, _mm256_cmpgt_epi32(k, splat_epi(60)));
+    odd = _mm256_or_si256(odd, _mm256_cmpgt_epi32(splat_epi(-60), k));
+    redo = odd;
+
+    // t = |y / x| and its interval
+    const __m256 t = _mm256_castsi256_ps(
+        _mm256_and_si256(_mm256_castps_si256(_mm256_div_ps(y, x)), abs_mask));
+    const __m256i it = _mm256_castps_si256(t);
+    const __m256i small = _mm256_cmpgt_epi32(splat_epi(0x3ee00000), it);  // t < 0.4375
+    const __m256i tiny = _mm256_cmpgt_epi32(splat_epi(0x31000000), it);   // t < 2^-29
+    const __m256i huge = _mm256_cmpgt_epi32(it, splat_epi(0x4bffffff));   // t >= 2^25
+    const __m256i lt0 = _mm256_cmpgt_epi32(splat_epi(0x3f300000), it);    // t < 11/16
+    const __m256i lt1 = _mm256_cmpgt_epi32(splat_epi(0x3f980000), it);    // t < 19/16
+    const __m256i lt2 = _mm256_cmpgt_epi32(splat_epi(0x401c0000), it);    // t < 39/16
+
+    // Reduction (A t - B) / (C + D t), chosen per interval so that every
+    // interval's own expression is reproduced exactly (see the table below).
+    //            small   id0   id1   id2   id3
+    //   A          1      2     1     1     0
+    //   B          0      1     1    1.5    1
+    //   C          1      2     1     1     0
+    //   D          0      1     1    1.5    1
+    const Intervals iv{small, lt0, lt1, lt2};
+    const __m256 A = pick_interval(iv, 1.0f, 2.0f, 1.0f, 1.0f, 0.0f);
+    const __m256 B = pick_interval(iv, 0.0f, 1.0f, 1.0f, 1.5f, 1.0f);
+    const __m256 C = pick_interval(iv, 1.0f, 2.0f, 1.0f, 1.0f, 0.0f);
+    const __m256 D = pick_interval(iv, 0.0f, 1.0f, 1.0f, 1.5f, 1.0f);
+    const __m256 hi = pick_interval(iv, 0.0f, 4.6364760399e-01f, 7.8539812565e-01f, 9.8279368877e-01f,
+                           1.5707962513e+00f);
+    const __m256 lo = pick_interval(iv, 0.0f, 5.0121582440e-09f, 3.7748947079e-08f, 3.4473217170e-08f,
+                           7.5497894159e-08f);
+    const __m256 num = _mm256_sub_ps(_mm256_mul_ps(A, t), B);
+    const __m256 den = _mm256_add_ps(C, _mm256_mul_ps(D, t));
+    const __m256 xr = _mm256_div_ps(num, den);
+
+    const __m256 z = _mm256_mul_ps(xr, xr);
+    const __m256 w = _mm256_mul_ps(z, z);
+    __m256 p1 = splat_ps(1.6285819933e-02f);
+    p1 = mla(splat_ps(4.9768779427e-02f), w, p1);
+    p1 = mla(splat_ps(6.6610731184e-02f), w, p1);
+    p1 = mla(splat_ps(9.0908870101e-02f), w, p1);
+    p1 = mla(splat_ps(1.4285714924e-01f), w, p1);
+    p1 = mla(splat_ps(3.3333334327e-01f), w, p1);
+    const __m256 s1 = _mm256_mul_ps(z, p1);
+    __m256 p2 = splat_ps(-3.6531571299e-02f);
+    p2 = mla(splat_ps(-5.8335702866e-02f), w, p2);
+    p2 = mla(splat_ps(-7.6918758452e-02f), w, p2);
+    p2 = mla(splat_ps(-1.1111110449e-01f), w, p2);
+    p2 = mla(splat_ps(-2.0000000298e-01f), w, p2);
+    const __m256 s2 = _mm256_mul_ps(w, p2);
+    const __m256 xs = _mm256_mul_ps(xr, _mm256_add_ps(s1, s2));
+    const __m256 r_small = _mm256_sub_ps(xr, xs);
+    const __m256 r_big = _mm256_sub_ps(hi, _mm256_sub_ps(_mm256_sub_ps(xs, lo), xr));
+    __m256 at = _mm256_blendv_ps(r_big, r_small, _mm256_castsi256_ps(small));
+    at = _mm256_blendv_ps(at, t, _mm256_castsi256_ps(tiny));
+    at = _mm256_blendv_ps(at, splat_ps(1.5707962513e+00f + 7.5497894159e-08f),
+                          _mm256_castsi256_ps(huge));
+
+    // Quadrant from the signs of y and x.
+    const float pi = 3.1415927410e+00f, pi_lo = -8.7422776573e-08f;
+    const __m256 neg_at = _mm256_xor_ps(at, splat_ps(-0.0f));
+    const __m256 r2 = _mm256_sub_ps(splat_ps(pi), _mm256_sub_ps(at, splat_ps(pi_lo)));
+    const __m256 r3 = _mm256_sub_ps(_mm256_sub_ps(at, splat_ps(pi_lo)), splat_ps(pi));
+    const __m256 ypos = _mm256_blendv_ps(at, r2, x);      // sign of x selects
+    const __m256 yneg = _mm256_blendv_ps(neg_at, r3, x);
+    return _mm256_blendv_ps(ypos, yneg, y);               // sign of y selects
+}
+
+TOVA_IK_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out, int n) {
+    for (int base = 0; base < n; base += 8) {
+        const int m = n - base < 8 ? n - base : 8;
+        alignas(32) float yb[8] = {1, 1, 1, 1, 1, 1, 1, 1}, xb[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+        alignas(32) float rb[8];
+        std::memcpy(yb, y + base, sizeof(float) * m);
+        std::memcpy(xb, x + base, sizeof(float) * m);
+        __m256i redo;
+        _mm256_store_ps(rb, atan2f8(_mm256_load_ps(yb), _mm256_load_ps(xb), redo));
+        const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo));
+        if (mask != 0)
+            for (int i = 0; i < m; ++i)
+                if (mask & (1 << i)) rb[i] = std::atan2(yb[i], xb[i]);
+        std::memcpy(out + base, rb, sizeof(float) * m);
+    }
+}
+
+// ---- sincosf, four lanes ----
+
+// Sine and cosine of four floats; `redo` gets all-ones in lanes for the library.
+TOVA_IK_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128i &redo) {
+    const __m128i top12 = _mm_and_si128(_mm_srli_epi32(_mm_castps_si128(y), 20), _mm_set1_epi32(0x7ff));
+    redo = _mm_cmpgt_epi32(top12, _mm_set1_epi32(0x42e));  // |y| >= 120, inf, NaN
+    const __m128i tiny = _mm_cmpgt_epi32(_mm_set1_epi32(0x398), top12);  // |y| < 2^-12
+
+    const __m256d x = _mm256_cvtps_pd(y);
+    // Quadrant: r scaled by 2^24 so that rounding happens in bits 24..31.
+    const __m256d r = _mm256_mul_pd(x, _mm256_set1_pd(0x1.45F306DC9C883p+23));
+    const __m128i ni = _mm_srai_epi32(_mm_add_epi32(_mm256_cvttpd_epi32(r), _mm_set1_epi32(0x800000)), 24);
+    const __m256d nd = _mm256_cvtepi32_pd(ni);
+    const __m256d xr = _mm256_fnmadd_pd(nd, _mm256_set1_pd(0x1.921FB54442D18p0), x);
+    // Sign of the sine in quadrants 1 and 2 (n & 3 in {1, 2}).
+    const __m128i q = _mm_and_si128(ni, _mm_set1_epi32(3));
+    const __m128i flip_s = _mm_or_si128(_mm_cmpeq_epi32(q, _mm_set1_epi32(1)),
+                                        _mm_cmpeq_epi32(q, _mm_set1_epi32(2)));
+    const __m256d flip_sd = _mm256_castsi256_pd(_mm256_cvtepi32_epi64(flip_s));
+    const __m256d xs = _mm256_blendv_pd(xr, _mm256_xor_pd(xr, _mm256_set1_pd(-0.0)), flip_sd);
+    const __m256d x2 = _mm256_mul_pd(xr, xr);
+
+    // sine polynomial
+    const __m256d x3 = _mm256_mul_pd(xs, x2);
+    const __m256d s1 = _mm256_fmadd_pd(x2, _mm256_set1_pd(-0x1.994eb3774cf24p-13),
+                                       _mm256_set1_pd(0x1.1107605230bc4p-7));
+    const __m256d x7 = _mm256_mul_pd(x3, x2);
+    const __m256d sp = _mm256_fmadd_pd(x3, _mm256_set1_pd(-0x1.555545995a603p-3), xs);
+    const __m256d sin_poly = _mm256_fmadd_pd(x7, s1, sp);
+    // cosine polynomial
+    const __m256d x4 = _mm256_mul_pd(x2, x2);
+    const __m256d c2 = _mm256_fmadd_pd(x2, _mm256_set1_pd(0x1.99343027bf8c3p-16),
+                                       _mm256_set1_pd(-0x1.6c087e89a359dp-10));
+    const __m256d c1 = _mm256_fmadd_pd(x2, _mm256_set1_pd(-0x1.ffffffd0c621cp-2), _mm256_set1_pd(1.0));
+    const __m256d x6 = _mm256_mul_pd(x4, x2);
+    const __m256d cc = _mm256_fmadd_pd(x4, _mm256_set1_pd(0x1.55553e1068f19p-5), c1);
+    __m256d cos_poly = _mm256_fmadd_pd(x6, c2, cc);
+    // Quadrants 2 and 3 use the negated cosine polynomial.
+    const __m128i flip_c = _mm_cmpgt_epi32(q, _mm_set1_epi32(1));
+    cos_poly = _mm256_blendv_pd(cos_poly, _mm256_xor_pd(cos_poly, _mm256_set1_pd(-0.0)),
+                                _mm256_castsi256_pd(_mm256_cvtepi32_epi64(flip_c)));
+    // Odd quadrants swap the two polynomials.
+    const __m256d odd = _mm256_castsi256_pd(
+        _mm256_cvtepi32_epi64(_mm_cmpeq_epi32(_mm_and_si128(ni, _mm_set1_epi32(1)), _mm_set1_epi32(1))));
+    const __m128 sv = _mm256_cvtpd_ps(_mm256_blendv_pd(sin_poly, cos_poly, odd));
+    const __m128 cv = _mm256_cvtpd_ps(_mm256_blendv_pd(cos_poly, sin_poly, odd));
+    s_out = _mm_blendv_ps(sv, y, _mm_castsi128_ps(tiny));
+    c_out = _mm_blendv_ps(cv, _mm_set1_ps(1.0f), _mm_castsi128_ps(tiny));
+}
+
+TOVA_IK_AVX2 inline void simd_sincosf(const float *x, float *s, float *c, int n) {
+    for (int base = 0; base < n; base += 4) {
+        const int m = n - base < 4 ? n - base : 4;
+        alignas(16) float xb[4] = {0, 0, 0, 0}, sb[4], cb[4];
+        std::memcpy(xb, x + base, sizeof(float) * m);
+        __m128 sv, cv;
+        __m128i redo;
+        sincosf4(_mm_load_ps(xb), sv, cv, redo);
+        _mm_store_ps(sb, sv);
+        _mm_store_ps(cb, cv);
+        const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo));
+        if (mask != 0)
+            for (int i = 0; i < m; ++i)
+                if (mask & (1 << i)) {
+                    sb[i] = std::sin(xb[i]);
+                    cb[i] = std::cos(xb[i]);
+                }
+        std::memcpy(s + base, sb, sizeof(float) * m);
+        std::memcpy(c + base, cb, sizeof(float) * m);
+    }
+}
+
+// The kernels are used only where they reproduce this process's C library:
+// the CPU has AVX2 and FMA, and a fixed spread of arguments (all intervals of
+// the atan2f reduction, all quadrants, both signs) gives identical bits.
+inline bool kernels_match_library() {
+    if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma")) return false;
+    uint32_t state = 0x9e3779b9u;
+    auto next = [&state]() {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        return state;
+    };
+    for (int round = 0; round < 64; ++round) {
+        float y[16], x[16], a[16], s[16], c[16];
+        for (int i = 0; i < 16; ++i) {
+            // magnitudes from 2^-10 to 2^4, both signs
+            const float m1 = std::ldexp(static_cast<float>(next() >> 8) * 0x1p-24f, static_cast<int>(next() % 15) - 10);
+            const float m2 = std::ldexp(static_cast<float>(next() >> 8) * 0x1p-24f, static_cast<int>(next() % 15) - 10);
+            y[i] = (next() & 1) ? -m1 : m1;
+            x[i] = (next() & 1) ? -m2 : m2;
+        }
+        simd_atan2f(y, x, a, 16);
+        simd_sincosf(y, s, c, 16);
+        for (int i = 0; i < 16; ++i) {
+            const float ra = std::atan2(y[i], x[i]), rs = std::sin(y[i]), rc = std::cos(y[i]);
+            if (std::memcmp(&ra, &a[i], 4) != 0 || std::memcmp(&rs, &s[i], 4) != 0 ||
+                std::memcmp(&rc, &c[i], 4) != 0)
+                return false;
+        }
+    }
+    return true;
+}
+
+inline bool use_kernels() {
+    static const bool ok = kernels_match_library();
+    return ok;
+}
+#undef TOVA_IK_AVX2
+#else
+inline bool use_kernels() { return false; }
+#endif
+
+}  // namespace batch_detail
+
+// True when the vector kernels are in use (false: plain library calls).
+inline bool batch_kernels_active() { return batch_detail::use_kernels(); }
+
+// out[i] = atan2f(y[i], x[i]) for i < n, bit for bit.
+inline void batch_atan2f(const float *y, const float *x, float *out, int n) {
+#if TOVA_IK_X86_KERNELS
+    if (batch_detail::use_kernels()) return batch_detail::simd_atan2f(y, x, out, n);
+#endif
+    batch_detail::scalar_atan2f(y, x, out, n);
+}
+
+// s[i] = sinf(x[i]), c[i] = cosf(x[i]) for i < n, bit for bit.
+inline void batch_sincosf(const float *x, float *s, float *c, int n) {
+#if TOVA_IK_X86_KERNELS
+    if (batch_detail::use_kernels()) return batch_detail::simd_sincosf(x, s, c, n);
+#endif
+    batch_detail::scalar_sincosf(x, s, c, n);
+}
+
+}  // namespace tova::ik
+
+#endif  // TOVA_IKINE_IK_BATCH_MATH_HPP

@@ -1,0 +1,752 @@
+// Closed-form inverse kinematics of the six-axis arms, written once and used
+// by the stateful entry (tova_ikine.cpp: one file-level SixAxisState), by the
+// stateless plug-in solvers (libikine_plugin.cpp: a local SixAxisState each)
+// and by `tova-kin ik --all` (an observer that sees every candidate).
+//
+// Two schemes:
+//  * vesk scheme (vesk, pirra_2): f32 throughout, spherical wrist, four arm
+//    candidates with two wrist choices each, per-joint bound filter, strict
+//    "<" choice from a cost of 1000, wrist-singularity re-split under the
+//    avoid flag, whole turns of joint 6 removed by truncation and restored.
+//    Every working value lives in the SixAxisState, as the entry keeps it.
+//  * lumo scheme (lumo A/B/C, pirra_3): double-precision locals, lateral
+//    shoulder offset, eight candidates marked valid or invalid, no bound
+//    filter before the choice; it reads the frames, DH and limits of the
+//    state and writes nothing back.
+//
+// The observer is a template parameter; NoObserver compiles to nothing.
+// Nothing here allocates.
+#ifndef TOVA_IKINE_IK_SIX_AXIS_CORE_HPP
+#define TOVA_IKINE_IK_SIX_AXIS_CORE_HPP
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <type_traits>
+
+#include "config/libalgo_interface.h"
+#include "ikine/ik_batch_math.hpp"
+#include "math/fixed_matrix.hpp"
+#include "math/pose_core.hpp"
+#include "math/tova_mathfuncs.h"
+
+namespace tova::ik {
+
+// ---- constants (f32 as written; the lumo scheme uses the same literals in double) ----
+inline constexpr float kTurn = 6.2831855f;
+inline constexpr float kHalfTurn = 3.1415927f;
+inline constexpr float kQuarterTurn = 1.5707964f;
+inline constexpr float kShoulderAxisTol = 5e-5f;
+inline constexpr float kElbowTol = 1.0002f;
+inline constexpr float kArmWeight = 1.2f;
+inline constexpr float kNoCandidateCost = 1000.0f;
+inline constexpr float kNoCandidateTol = 1e-6f;
+inline constexpr float kWristLimit = 0.087f;
+inline constexpr float kVeskJoint6Bound = 6.300638f;    // one turn plus one degree
+inline constexpr float kPirraJoint6Bound = 6.3006387f;  // the same, centred on the offset
+inline constexpr float kOneDegree = 0.017453292f;
+// Last-joint wrap clamp: a last joint within two degrees past a full turn is
+// pulled back to exactly 6.283185.
+inline constexpr float kWrapTurn = 6.283185f;
+inline constexpr float kWrapMax = 6.318092f;
+
+inline constexpr double kTurnD = 6.2831855;
+inline constexpr double kHalfTurnD = 3.1415927;
+inline constexpr double kLumoTol = 1e-6;
+inline constexpr double kLumoCosMax = 0.999999;
+inline constexpr double kLumoInvalid = 1000.0;
+inline constexpr double kLumoWeight = 2.4;
+
+// The working state of the six-axis inverse kinematics (the entry keeps one
+// instance for the whole process; the plug-in solvers one per call). Names
+// follow the joint numbering: theta[j][k] is joint j+1 of candidate k+1.
+struct SixAxisState {
+    // columns n, o, a and position p of the matrix being solved
+    float nx, ny, nz, ox, oy, oz, ax, ay, az, px, py, pz;
+    float fit;           // best cost so far; 1000 = none
+    float thetaa[6];     // current joints in solver space (joint 6 without whole turns)
+    float theta[6][8];   // candidates
+    float k3[4];         // elbow term of each arm candidate
+    float theta46a;      // current sum of joints 4 and 6
+    float theta46;       // target sum of joints 4 and 6 (wrist singularity)
+    int32_t Iconsult6a_0;  // whole turns removed from joint 6
+    int32_t i;             // loop index shared with joint_overspeed_judgment
+    int32_t err_flag[8];
+    float limit5;        // wrist-singularity threshold on joint 5
+    float q_in[8];
+    float theta_u[6], theta_l[6];  // candidate filter bounds
+    Matrix T_BT;         // target flange pose in the base frame
+    Matrix Twork2base, T_base, Ttool_frame;  // frame snapshots
+    Matrix T_BS, T_WE, T_SW;                 // shoulder, wrist-to-flange, wrist frames
+    DhTable robot_dh;
+    float joint_max_limit[8], joint_min_limit[8];  // modeling limits
+    float joint_limit_vel[8], joint_limit_acc[8];
+    float inv_angle[8];  // best solution in solver space; survives resets
+};
+
+// Clears every per-call working value (inv_angle, frames and snapshots stay).
+inline void reset_working_values(SixAxisState &s) {
+    s.nx = s.ny = s.nz = s.ox = s.oy = s.oz = s.ax = s.ay = s.az = s.px = s.py = s.pz = 0.0f;
+    std::memset(s.thetaa, 0, sizeof s.thetaa);
+    std::memset(s.theta, 0, sizeof s.theta);
+    std::memset(s.k3, 0, sizeof s.k3);
+    s.theta46a = s.theta46 = 0.0f;
+    s.Iconsult6a_0 = 0;
+    s.i = 0;
+    std::memset(s.err_flag, 0, sizeof s.err_flag);
+    std::memset(s.q_in, 0, sizeof s.q_in);
+    std::memset(s.theta_u, 0, sizeof s.theta_u);
+    std::memset(s.theta_l, 0, sizeof s.theta_l);
+    s.fit = kNoCandidateCost;
+    s.limit5 = kWristLimit;
+}
+
+// Columns of m into the n, o, a, p scalars.
+inline void load_noa(SixAxisState &s, const Matrix &m) {
+    s.nx = m.data[0][0]; s.ox = m.data[0][1]; s.ax = m.data[0][2]; s.px = m.data[0][3];
+    s.ny = m.data[1][0]; s.oy = m.data[1][1]; s.ay = m.data[1][2]; s.py = m.data[1][3];
+    s.nz = m.data[2][0]; s.oz = m.data[2][1]; s.az = m.data[2][2]; s.pz = m.data[2][3];
+}
+
+// T_BT = inverse(work-to-base) x pose; the orientation from the Euler angles
+// when is_euler is 1, else from the quaternion as given.
+inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
+    libalgo_get_work_cs_to_base_matrix(&s.Twork2base);
+    Pose p = pose;
+    if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
+    const Matrix target = transform_from_pose_quat(p);
+    const Matrix work_inverse = inv_transform(s.Twork2base);
+    s.T_BT = transform_mul(work_inverse, target);
+}
+
+// Per-call snapshot of the configuration the solvers read.
+inline void snapshot_config(SixAxisState &s) {
+    libalgo_get_robot_install_angle_matrix(&s.T_base);
+    libalgo_get_dh_value(&s.robot_dh);
+    libalgo_get_tool_cs_matrix(&s.Ttool_frame);
+    libalgo_get_work_cs_to_base_matrix(&s.Twork2base);
+    libalgo_get_modeling_jointlim_max(s.joint_max_limit);
+    libalgo_get_modeling_jointlim_min(s.joint_min_limit);
+    libalgo_get_joint_vel_maxlim(s.joint_limit_vel);
+    libalgo_get_joint_acc_maxlim(s.joint_limit_acc);
+}
+
+// Eight-slot copy of the current joints (dof of them, clamped to 0..8, the
+// rest 0) with the last-joint wrap clamp: joint 7 for quell, joint 6 otherwise.
+inline void prepare_joints(const float *q_current, uint32_t robot_type, float q[8]) {
+    for (int j = 0; j < 8; ++j) q[j] = 0.0f;
+    int dof = libalgo_get_rbt_dof();
+    dof = dof < 0 ? 0 : (dof > 8 ? 8 : dof);
+    for (int j = 0; j < dof; ++j) q[j] = q_current[j];
+    float &last = q[robot_type == ROBOT_QUELL ? 6 : 5];
+    if (kWrapTurn < last && last < kWrapMax)
+        last = kWrapTurn;
+    else if (-kWrapMax < last && last < -kWrapTurn)
+        last = -kWrapTurn;
+}
+
+// Whole turns in x, truncated toward zero; a value that no int32 holds (or
+// NaN) counts as no turns.
+inline int32_t whole_turns(float x) {
+    const float t = x / kTurn;
+    return (t > -2147483520.0f && t < 2147483520.0f) ? static_cast<int32_t>(t) : 0;
+}
+inline int64_t whole_turns(double x) {
+    const double t = x / kTurnD;
+    return (t > -9.0e18 && t < 9.0e18) ? static_cast<int64_t>(t) : 0;
+}
+
+// ---- candidate reports (for tova-kin ik --all) ----
+
+enum class Fate {
+    scored,   // inside every bound, cost computed
+    bound,    // a joint outside its candidate bound (joint says which)
+    invalid,  // the geometry gives no value (arm out of reach)
+};
+
+struct CandidateReport {
+    int number;        // 1..8 in the scheme's numbering
+    double joints[6];  // solver space; NaN where not computed
+    double cost;       // NaN unless scored
+    Fate fate;
+    int joint;         // 1-based joint of a bound rejection
+    bool became_best;  // strictly cheaper than every earlier candidate
+};
+
+struct NoObserver {
+    static constexpr bool active = false;
+    void candidate(const CandidateReport &) {}
+};
+
+// ---- vesk scheme (vesk, pirra_2) ----
+
+enum class VeskArm { vesk, pirra_2 };
+
+inline bool within(float v, float lo, float hi) { return lo <= v && v <= hi; }
+// One turn toward [lo, hi]: up if below, else down if above.
+inline float toward(float v, float lo, float hi) {
+    if (v < lo) return v + kTurn;
+    if (v > hi) return v - kTurn;
+    return v;
+}
+// One turn toward the reference: joint 6 stays within half a turn of it.
+inline float near_ref(float v, float ref) {
+    const float d = ref - v;
+    if (d > kHalfTurn) return v + kTurn;
+    if (d < -kHalfTurn) return v - kTurn;
+    return v;
+}
+
+// Solves the target held in s.T_BT. Joint-6 bounds [j6_lower, j6_upper] are
+// the caller's (they differ between vesk, pirra_2 and the vesk plug-in);
+// `avoid` is the avoid-singularity flag.
+template <class Observer = NoObserver>
+int32_t solve_vesk_scheme(SixAxisState &s, VeskArm arm_kind, float j6_lower, float j6_upper,
+                          uint32_t avoid, const float *q, float *q_out, Observer &&obs = Observer{}) {
+    const DhTable &dh = s.robot_dh;
+    const float *o = dh.offset;
+    const float d1 = dh.d[0], d4 = dh.d[3], d6 = dh.d[5];
+    const float a1 = dh.a[1], a2 = dh.a[2], a3 = dh.a[3];
+    const bool pirra = arm_kind == VeskArm::pirra_2;
+
+    // Step 1: candidate bounds.
+    for (int j = 0; j < 5; ++j) {
+        s.theta_u[j] = s.joint_max_limit[j];
+        s.theta_l[j] = s.joint_min_limit[j];
+    }
+    s.theta_u[5] = j6_upper;
+    s.theta_l[5] = j6_lower;
+
+    // Step 2: shoulder frame (installation rotation, translation d1 along its
+    // z axis) and wrist-to-flange offset.
+    s.T_BS = s.T_base;
+    s.T_BS.data[0][3] = d1 * s.T_base.data[0][2];
+    s.T_BS.data[1][3] = d1 * s.T_base.data[1][2];
+    s.T_BS.data[2][3] = d1 * s.T_base.data[2][2];
+    s.T_WE = fm_identity<Matrix>(4);
+    s.T_WE.data[2][3] = -d6;
+
+    // Step 3: wrist centre in the shoulder frame.
+    const Matrix shoulder_inverse = inv_transform(s.T_BS);
+    const Matrix tool_inverse = inv_transform(s.Ttool_frame);
+    const Matrix flange = transform_mul(s.T_BT, tool_inverse);
+    s.T_SW = transform_mul(transform_mul(shoulder_inverse, flange), s.T_WE);
+    load_noa(s, s.T_SW);
+
+    // Step 4: current joints in solver space.
+    for (int j = 0; j < 5; ++j) s.thetaa[j] = q[j] + o[j];
+    const float q6 = q[5] + o[5];
+    s.Iconsult6a_0 = whole_turns(q6);
+    s.thetaa[5] = q6 - static_cast<float>(s.Iconsult6a_0) * kTurn;
+    s.theta46a = s.thetaa[3] + s.thetaa[5];
+
+    // Step 5: two shoulder values.
+    float th1[2];
+    if (std::fabs(s.px) < kShoulderAxisTol && std::fabs(s.py) < kShoulderAxisTol) {
+        th1[0] = th1[1] = s.thetaa[0];
+    } else {
+        const float heading = std::atan2(s.px, s.py);
+        th1[0] = toward(kQuarterTurn - heading, s.theta_l[0], s.theta_u[0]);
+        th1[1] = toward(-kQuarterTurn - heading, s.theta_l[0], s.theta_u[0]);
+    }
+    float s1[2], c1[2], r[2], k[2], root[2];
+    batch_sincosf(th1, s1, c1, 2);
+
+    // Step 6: elbow values, two per shoulder value; arm a uses shoulder a & 1,
+    // the + root for arms 0 and 1.
+    for (int sh = 0; sh < 2; ++sh) {
+        if (!pirra) {
+            r[sh] = c1[sh] * s.px + s1[sh] * s.py;
+            k[sh] = (r[sh] * r[sh] + s.pz * s.pz - d4 * d4 - a2 * a2) / (2.0f * d4 * a2);
+        } else {
+            r[sh] = c1[sh] * s.px + s1[sh] * s.py - a1;
+            // a length, not a cosine, yet clamped like the vesk term
+            k[sh] = (r[sh] * r[sh] + s.pz * s.pz - a2 * a2 - a3 * a3 - d4 * d4) / (2.0f * a2);
+        }
+        // One-sided on purpose: k below -1 (or k beyond the tolerance) gives
+        // a NaN root, and that arm fails every bound test below.
+        if (1.0f < k[sh] && k[sh] < kElbowTol) k[sh] = 1.0f;
+        root[sh] = pirra ? static_cast<float>(std::sqrt(static_cast<double>(d4 * d4 + a3 * a3 - k[sh] * k[sh])))
+                         : std::sqrt(1.0f - k[sh] * k[sh]);
+    }
+    float ey[5], ex[5], eth[5];
+    for (int a = 0; a < 4; ++a) {
+        ey[a] = k[a & 1];
+        ex[a] = a < 2 ? root[a & 1] : -root[a & 1];
+    }
+    ey[4] = a3;  // pirra_2: atan2(a3, -d4), the elbow offset angle
+    ex[4] = -d4;
+    batch_atan2f(ey, ex, eth, pirra ? 5 : 4);
+    int active[4], n_active = 0;
+    for (int a = 0; a < 4; ++a) {
+        const float t3 = pirra ? eth[4] - eth[a] : eth[a];
+        s.theta[0][a] = th1[a & 1];
+        s.k3[a] = k[a & 1];
+        s.theta[2][a] = toward(t3, s.theta_l[2], s.theta_u[2]);
+        if (within(s.theta[0][a], s.theta_l[0], s.theta_u[0]) &&
+            within(s.theta[2][a], s.theta_l[2], s.theta_u[2]))
+            active[n_active++] = a;
+    }
+
+    // Step 7: upper arm and wrist of the arms inside the joint 1 and 3 bounds,
+    // all of them together.
+    float t3v[4], s3[4], c3[4], uy[8], ux[8], ua[8], t23[4], s23[4], c23[4];
+    for (int i = 0; i < n_active; ++i) t3v[i] = s.theta[2][active[i]];
+    batch_sincosf(t3v, s3, c3, n_active);
+    for (int i = 0; i < n_active; ++i) {
+        const float rr = r[active[i] & 1];
+        if (!pirra) {
+            const float u = a2 * s3[i] + d4, w = a2 * c3[i];
+            const float len = std::sqrt(u * u + w * w);
+            uy[i] = s.pz / len;
+            ux[i] = rr / len;
+            uy[n_active + i] = u;
+            ux[n_active + i] = w;
+        } else {
+            uy[i] = rr;
+            ux[i] = s.pz;
+            uy[n_active + i] = a2 * c3[i] + a3;
+            ux[n_active + i] = a2 * s3[i] + d4;
+        }
+    }
+    batch_atan2f(uy, ux, ua, 2 * n_active);
+    for (int i = 0; i < n_active; ++i) {
+        t23[i] = pirra ? ua[i] - ua[n_active + i] : ua[i] + ua[n_active + i];
+        s.theta[1][active[i]] = toward(t23[i] - t3v[i], s.theta_l[1], s.theta_u[1]);
+    }
+    batch_sincosf(t23, s23, c23, n_active);
+
+    // Wrist: joints 4 and 6 of both choices (the second is the half-turn flip:
+    // both atan2 arguments negated), then joint 5 from each joint 4.
+    float wy[16], wx[16], wa[16], cs1[4], cc1[4], axy[4];
+    const int n = n_active;
+    for (int i = 0; i < n; ++i) {
+        const int sh = active[i] & 1;
+        cs1[i] = s1[sh];
+        cc1[i] = c1[sh];
+        axy[i] = cc1[i] * s.ax + cs1[i] * s.ay;
+        const float oxy = cc1[i] * s.ox + cs1[i] * s.oy;
+        const float nxy = cc1[i] * s.nx + cs1[i] * s.ny;
+        float y4, x4, y6, x6;
+        if (!pirra) {
+            y4 = cs1[i] * s.ax - cc1[i] * s.ay;
+            x4 = c23[i] * axy[i] + s23[i] * s.az;
+            y6 = s23[i] * oxy - c23[i] * s.oz;
+            x6 = c23[i] * s.nz - s23[i] * nxy;
+        } else {
+            y4 = cs1[i] * s.ax - cc1[i] * s.ay;
+            x4 = s23[i] * s.az - c23[i] * axy[i];
+            y6 = s23[i] * oxy + c23[i] * s.oz;
+            x6 = -(s23[i] * nxy) - c23[i] * s.nz;
+        }
+        wy[i] = y4; wx[i] = x4;
+        wy[n + i] = -y4; wx[n + i] = -x4;
+        wy[2 * n + i] = y6; wx[2 * n + i] = x6;
+        wy[3 * n + i] = -y6; wx[3 * n + i] = -x6;
+    }
+    batch_atan2f(wy, wx, wa, 4 * n);
+    float s4[8], c4[8], y5[8], x5[8], t5[8];
+    batch_sincosf(wa, s4, c4, 2 * n);
+    for (int i = 0; i < n; ++i) {
+        for (int w = 0; w < 2; ++w) {
+            const int l = w * n + i;
+            if (!pirra) {
+                y5[l] = s23[i] * c4[l] * s.az + (cc1[i] * c4[l] * c23[i] + cs1[i] * s4[l]) * s.ax +
+                        (cs1[i] * c4[l] * c23[i] - cc1[i] * s4[l]) * s.ay;
+                x5[l] = s23[i] * axy[i] - c23[i] * s.az;
+            } else {
+                y5[l] = s23[i] * c4[l] * s.az + (cs1[i] * s4[l] - cc1[i] * c4[l] * c23[i]) * s.ax -
+                        (cs1[i] * c4[l] * c23[i] + cc1[i] * s4[l]) * s.ay;
+                x5[l] = -(s23[i] * axy[i]) - c23[i] * s.az;
+                y5[l] = -y5[l];
+                x5[l] = -x5[l];
+            }
+        }
+    }
+    batch_atan2f(y5, x5, t5, 2 * n);
+    for (int i = 0; i < n; ++i) {
+        const int a = active[i];
+        for (int w = 0; w < 2; ++w) {
+            const int cand = a + 4 * w, l = w * n + i;
+            s.theta[0][cand] = s.theta[0][a];
+            s.theta[1][cand] = s.theta[1][a];
+            s.theta[2][cand] = s.theta[2][a];
+            s.theta[3][cand] = wa[l];
+            // pirra_2 builds the half-turn offset of joint 5 into its closed
+            // form: atan2 of the negated terms is the drive angle, and adding
+            // the offset keeps joint 5 within half a turn of it, where its
+            // modeling limits are (atan2 alone could never reach the upper
+            // half of them).
+            s.theta[4][cand] = pirra ? t5[l] + o[4] : t5[l];
+            s.theta[5][cand] = near_ref(wa[2 * n + l], s.thetaa[5]);
+        }
+    }
+
+    // Scoring in the order 1, 5, 2, 6, 3, 7, 4, 8; ties keep the earlier one.
+    for (int a = 0, next = 0; a < 4; ++a) {
+        const bool arm_ok = next < n && active[next] == a;
+        if (arm_ok) ++next;
+        for (int w = 0; w < 2; ++w) {
+            const int cand = a + 4 * w;
+            CandidateReport rep{};
+            if constexpr (std::decay_t<Observer>::active) {
+                rep.number = cand + 1;
+                rep.cost = NAN;
+                for (int j = 0; j < 6; ++j) rep.joints[j] = NAN;
+                rep.joints[0] = s.theta[0][a];
+                rep.joints[2] = s.theta[2][a];
+                if (arm_ok)
+                    for (int j = 0; j < 6; ++j) rep.joints[j] = s.theta[j][cand];
+            }
+            int failed = 0;
+            if (!arm_ok)
+                failed = within(s.theta[0][a], s.theta_l[0], s.theta_u[0]) ? 3 : 1;
+            else
+                for (int j : {1, 3, 4, 5})
+                    if (!within(s.theta[j][cand], s.theta_l[j], s.theta_u[j])) {
+                        failed = j + 1;
+                        break;
+                    }
+            if (failed == 0) {
+                float dq[6];
+                for (int j = 0; j < 6; ++j) dq[j] = s.theta[j][cand] - s.thetaa[j];
+                const float cost = 2.0f * (kArmWeight * (dq[0] * dq[0])) +
+                                   2.0f * (kArmWeight * (dq[1] * dq[1])) +
+                                   2.0f * (kArmWeight * (dq[2] * dq[2])) + dq[3] * dq[3] +
+                                   dq[4] * dq[4] + dq[5] * dq[5];
+                const bool best = cost < s.fit;
+                if (best) {
+                    s.fit = cost;
+                    for (int j = 0; j < 6; ++j) s.inv_angle[j] = s.theta[j][cand];
+                }
+                if constexpr (std::decay_t<Observer>::active) {
+                    rep.cost = cost;
+                    rep.fate = Fate::scored;
+                    rep.became_best = best;
+                }
+            } else if constexpr (std::decay_t<Observer>::active) {
+                rep.fate = Fate::bound;
+                rep.joint = failed;
+            }
+            if constexpr (std::decay_t<Observer>::active) obs.candidate(rep);
+        }
+    }
+
+    // Step 8: near the wrist singularity keep the difference of joints 4 and
+    // 6 and take their sum from the target orientation.
+    float t4 = s.inv_angle[3], t6 = s.inv_angle[5];
+    if (avoid == 1 && std::fabs(s.inv_angle[4]) < s.limit5) {
+        const float sn1 = std::sin(s.inv_angle[0]), cs1b = std::cos(s.inv_angle[0]);
+        s.theta46 = std::atan2(sn1 * s.nx - cs1b * s.ny, sn1 * s.ox - cs1b * s.oy);
+        const float dsum = s.theta46 - s.theta46a;
+        if (-kHalfTurn < dsum + kTurn && dsum + kTurn < kHalfTurn)
+            s.theta46 += kTurn;
+        else if (-kHalfTurn < dsum - kTurn && dsum - kTurn < kHalfTurn)
+            s.theta46 -= kTurn;
+        t4 = (s.thetaa[3] + s.theta46 - s.thetaa[5]) * 0.5f;
+        t6 = (s.theta46 - s.thetaa[3] + s.thetaa[5]) * 0.5f;
+        s.inv_angle[3] = t4;
+    }
+
+    // Step 9: joint 6 near the current value, whole turns restored.
+    t6 = near_ref(t6, s.thetaa[5]);
+    s.inv_angle[5] = t6 + static_cast<float>(s.Iconsult6a_0) * kTurn;
+
+    // Step 10: output first, then the checks.
+    for (int j = 0; j < 6; ++j) q_out[j] = s.inv_angle[j] - o[j];
+    if (std::fabs(s.fit - kNoCandidateCost) < kNoCandidateTol) return -1;
+    for (int j = 0; j < 6; ++j)
+        if (q_out[j] > s.joint_max_limit[j] - o[j] || q_out[j] < s.joint_min_limit[j] - o[j])
+            return -2;
+    return 0;
+}
+
+// ---- lumo scheme (lumo A/B/C, pirra_3) ----
+
+enum class LateralArm { lumo, pirra_3 };
+
+inline double sign_of(double v) { return v > 0.0 ? 1.0 : (v < 0.0 ? -1.0 : 0.0); }
+
+// Arc cosine of a cosine that must lie in [-1, 1]: within 1e-6 of +-1 it is
+// taken as exactly +-1. Returns false beyond that band.
+inline bool banded_acos(double c, double &angle) {
+    if (std::fabs(std::fabs(c) - 1.0) < kLumoTol) {
+        angle = std::acos(sign_of(c));
+        return true;
+    }
+    if (std::fabs(c) <= kLumoCosMax) {
+        angle = std::acos(c);
+        return true;
+    }
+    return false;
+}
+
+// Solves the flange target inverse(T_base) x T_BT x inverse(Ttool_frame) of s
+// with double-precision locals; s is only read.
+template <class Observer = NoObserver>
+int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const float *q,
+                          float *q_out, Observer &&obs = Observer{}) {
+    const DhTable &dh = s.robot_dh;
+    const float *o = dh.offset;
+    const double d1 = dh.d[0], d2 = dh.d[1], d4 = dh.d[3], d5 = dh.d[4], d6 = dh.d[5];
+    const double a1 = dh.a[1], a2 = dh.a[2], a3 = dh.a[3];
+    const bool lumo = arm_kind == LateralArm::lumo;
+
+    // Step 1: flange target in the arm's base frame (left product first).
+    const Matrix base_inverse = inv_transform(s.T_base);
+    const Matrix tool_inverse = inv_transform(s.Ttool_frame);
+    const Matrix m = transform_mul(transform_mul(base_inverse, s.T_BT), tool_inverse);
+    const double nx = m.data[0][0], ny = m.data[1][0], nz = m.data[2][0];
+    const double ox = m.data[0][1], oy = m.data[1][1], oz = m.data[2][1];
+    const double ax = m.data[0][2], ay = m.data[1][2], az = m.data[2][2];
+    const double px = m.data[0][3], py = m.data[1][3], pz = m.data[2][3];
+
+    // Step 2: current joints in solver space; whole turns of joint 6 are
+    // removed before its offset is added.
+    double cur[6];
+    for (int j = 0; j < 5; ++j) cur[j] = static_cast<double>(q[j]) + o[j];
+    const int64_t turns = whole_turns(static_cast<double>(q[5]));
+    cur[5] = (q[5] - static_cast<double>(turns) * kTurnD) + o[5];
+
+    // Step 3: wrist point in the base plane, and the lateral offset.
+    const double wx = px - d6 * ax, wy = py - d6 * ay;
+    const double lateral = lumo ? d4 : d2;
+    const double rr = wx * wx + wy * wy - lateral * lateral;
+    double root_r = 0.0;
+    if (rr < 0.0) {
+        if (!lumo || -rr >= kLumoTol) return -1;
+    } else {
+        root_r = std::sqrt(rr);
+    }
+
+    // Step 4: two shoulder values.
+    const double phi = std::atan2(-wx, wy), psi = std::atan2(root_r, lateral);
+    const double th1[2] = {phi + psi, phi - psi};
+
+    double cand[8][6];
+    bool valid[8];
+    for (int sh = 0; sh < 2; ++sh) {
+        const double c1 = std::cos(th1[sh]), s1 = std::sin(th1[sh]);
+        if (lumo) {
+            // Step 5: wrist pitch. The arc-cosine argument is clamped to
+            // [-1, 1]: rounding pushes it past 1 for a straight wrist, where it
+            // would otherwise give NaN joints.
+            double v = ay * c1 - ax * s1;
+            v = v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v);
+            const double t5[2] = {std::acos(v), -std::acos(v)};
+            const double sin5[2] = {std::sin(t5[0]), std::sin(t5[1])};
+            // Step 6: joint 6.
+            const double A = oy * c1 - ox * s1, B = ny * c1 - nx * s1;
+            double t6[2];
+            if (std::fabs(sin5[0]) < kLumoTol || std::fabs(sin5[1]) < kLumoTol) {
+                if (std::fabs(cur[5]) < kLumoTol || std::fabs(B) < kLumoTol) {
+                    t6[0] = t6[1] = cur[5];
+                } else {
+                    const double t = std::atan2(-A, B);
+                    t6[0] = t6[1] = (sign_of(t) != sign_of(cur[5])) ? -t : t;
+                }
+            } else {
+                for (int w = 0; w < 2; ++w) {
+                    const double sg = sign_of(sin5[w]);
+                    t6[w] = std::atan2(-sg * A, sg * B);
+                }
+            }
+            for (int w = 0; w < 2; ++w) {
+                // Step 7: sum of joints 2 to 4.
+                const double c5 = std::cos(t5[w]), s5 = std::sin(t5[w]);
+                const double c6 = std::cos(t6[w]), s6 = std::sin(t6[w]);
+                const double X = c6 * oz + s6 * nz;
+                const double Y = c5 * c6 * nz - s5 * az - c5 * s6 * oz;
+                const double t234 = std::fabs(X) >= kLumoTol ? std::atan2(-Y, -X) : std::asin(-sign_of(Y));
+                // Step 8: planar two-link arm.
+                const double x = c1 * wx + s1 * wy - a1 - d5 * std::sin(t234);
+                const double z = pz - d6 * az - d1 - d5 * std::cos(t234);
+                const double c3 = (x * x + z * z - a2 * a2 - a3 * a3) / (2.0 * a2 * a3);
+                double t3 = 0.0;
+                const bool ok = banded_acos(c3, t3);
+                for (int e = 0; e < 2; ++e) {
+                    // Step 9: shoulder pitch and the remaining wrist joint.
+                    const int idx = sh * 4 + w * 2 + e;
+                    const double th3 = ok ? (e == 0 ? t3 : -t3) : kLumoInvalid;
+                    const double K = a3 * std::cos(th3) + a2, S = a3 * std::sin(th3);
+                    const double N = x * S + z * K, D = K * x - S * z;
+                    const double th2 = std::fabs(D) >= kLumoTol ? std::atan2(-N, D) : std::asin(-sign_of(N));
+                    valid[idx] = ok;
+                    double *c = cand[idx];
+                    c[0] = th1[sh]; c[1] = th2; c[2] = th3;
+                    c[3] = t234 - th2 - th3; c[4] = t5[w]; c[5] = t6[w];
+                }
+            }
+        } else {
+            // pirra_3: the arm first. The wrist centre, seen from joint 2 in
+            // the arm plane, is at (x, z); joint 3 sees the forearm as the
+            // length hypot(a3, d4) at the angle gamma.
+            const double x = c1 * wx + s1 * wy - a1;
+            const double z = pz - d6 * az - d1;
+            const double forearm = std::sqrt(a3 * a3 + d4 * d4);
+            const double gamma = std::atan2(d4, a3);
+            const double c = (x * x + z * z - a2 * a2 - a3 * a3 - d4 * d4) / (2.0 * a2 * forearm);
+            double t = 0.0;
+            const bool ok = banded_acos(c, t);
+            for (int e = 0; e < 2; ++e) {
+                const double th3 = ok ? gamma + (e == 0 ? t : -t) : kLumoInvalid;
+                const double c3 = std::cos(th3), s3 = std::sin(th3);
+                const double X = a2 + a3 * c3 + d4 * s3, Y = a3 * s3 - d4 * c3;
+                const double th2 = std::atan2(-(X * z + Y * x), X * x - Y * z);
+                const double c23 = std::cos(th2 + th3), s23 = std::sin(th2 + th3);
+                // Wrist: the rotation left to joints 4 to 6, R03^T R.
+                const double axy = c1 * ax + s1 * ay, oxy = c1 * ox + s1 * oy, nxy = c1 * nx + s1 * ny;
+                const double m13 = c23 * axy - s23 * az, m23 = -s23 * axy - c23 * az;
+                const double m33 = -s1 * ax + c1 * ay;
+                const double m21 = -s23 * nxy - c23 * nz, m22 = -s23 * oxy - c23 * oz;
+                const double m11 = c23 * nxy - s23 * nz, m31 = -s1 * nx + c1 * ny;
+                // Beyond +-1 only by rounding: taken as +-1 like the band.
+                const double t5 = std::fabs(m23) > kLumoCosMax ? std::acos(sign_of(m23)) : std::acos(m23);
+                const bool singular = std::fabs(std::sin(t5)) < kLumoTol;
+                for (int w = 0; w < 2; ++w) {
+                    const int idx = sh * 4 + e * 2 + w;
+                    const double sg = w == 0 ? 1.0 : -1.0;  // sign of sin(theta5)
+                    double th4, th6;
+                    if (!singular) {
+                        th4 = std::atan2(sg * -m33, sg * -m13);
+                        th6 = std::atan2(sg * -m22, sg * m21);
+                    } else {
+                        // Only theta4 -/+ theta6 is defined: keep joint 6 where it is.
+                        const double sc = m23 > 0.0 ? 1.0 : -1.0;
+                        th6 = cur[5];
+                        th4 = std::atan2(sc * m31, sc * m11) + sc * th6;
+                    }
+                    valid[idx] = ok;
+                    double *cv = cand[idx];
+                    cv[0] = th1[sh]; cv[1] = th2; cv[2] = th3;
+                    cv[3] = th4; cv[4] = sg * t5; cv[5] = th6;
+                }
+            }
+        }
+    }
+
+    // Step 11: choice.
+    bool any = false;
+    for (bool v : valid) any = any || v;
+    if (!any) {
+        if constexpr (std::decay_t<Observer>::active)
+            for (int k = 0; k < 8; ++k) {
+                CandidateReport rep{};
+                rep.number = k + 1;
+                rep.cost = NAN;
+                for (int j = 0; j < 6; ++j) rep.joints[j] = cand[k][j];
+                rep.fate = Fate::invalid;
+                obs.candidate(rep);
+            }
+        return -1;
+    }
+    double fit = kLumoInvalid;
+    int best = 0;
+    for (int k = 0; k < 8; ++k) {
+        CandidateReport rep{};
+        if constexpr (std::decay_t<Observer>::active) {
+            rep.number = k + 1;
+            rep.cost = NAN;
+            rep.fate = Fate::invalid;
+        }
+        if (valid[k]) {
+            double dq[6];
+            for (int j = 0; j < 6; ++j) {
+                double v = cand[k][j];
+                if (v < s.joint_min_limit[j])
+                    v += kTurnD;
+                else if (v > s.joint_max_limit[j])
+                    v -= kTurnD;
+                if (v - cur[j] > kHalfTurnD)
+                    v -= kTurnD;
+                else if (v - cur[j] < -kHalfTurnD)
+                    v += kTurnD;
+                cand[k][j] = v;
+                dq[j] = v - cur[j];
+            }
+            const double cost = kLumoWeight * (dq[0] * dq[0] + dq[1] * dq[1] + dq[2] * dq[2]) +
+                                dq[3] * dq[3] + dq[4] * dq[4] + dq[5] * dq[5];
+            const bool better = cost < fit;
+            if (better) {
+                fit = cost;
+                best = k;
+            }
+            if constexpr (std::decay_t<Observer>::active) {
+                rep.cost = cost;
+                rep.fate = Fate::scored;
+                rep.became_best = better;
+            }
+        }
+        if constexpr (std::decay_t<Observer>::active) {
+            for (int j = 0; j < 6; ++j) rep.joints[j] = cand[k][j];
+            obs.candidate(rep);
+        }
+    }
+
+    // Step 12: output, then the limits joint by joint (the first failure
+    // leaves the later joints in solver space).
+    for (int j = 0; j < 5; ++j) q_out[j] = static_cast<float>(cand[best][j]);
+    q_out[5] = static_cast<float>(cand[best][5] + static_cast<double>(turns) * kTurnD);
+    for (int j = 0; j < 6; ++j) {
+        float v = q_out[j];
+        if (v < s.joint_min_limit[j])
+            v += kTurn;
+        else if (v > s.joint_max_limit[j])
+            v -= kTurn;
+        v -= o[j];
+        q_out[j] = v;
+        if (v > s.joint_max_limit[j] - o[j] || v < s.joint_min_limit[j] - o[j]) return -2;
+    }
+    return 0;
+}
+
+// ---- per-model dispatch shared by the entry, the plug-in solvers and the CLI ----
+
+// The plug-in solvers' state: the target is the flange in the base frame (no
+// installation or work frame); the tool frame is the configured one or none.
+inline void plugin_setup(SixAxisState &s, const Matrix &target, bool with_tool) {
+    reset_working_values(s);
+    s.T_BT = target;
+    s.T_base = fm_identity<Matrix>(4);
+    s.Twork2base = fm_identity<Matrix>(4);
+    libalgo_get_dh_value(&s.robot_dh);
+    libalgo_get_modeling_jointlim_max(s.joint_max_limit);
+    libalgo_get_modeling_jointlim_min(s.joint_min_limit);
+    if (with_tool)
+        libalgo_get_tool_cs_matrix(&s.Ttool_frame);
+    else
+        s.Ttool_frame = fm_identity<Matrix>(4);
+}
+
+// Runs the solver of a six-axis robot type on a prepared state: the entry's
+// rules, or the plug-in's (joint-6 bounds of vesk). -4 for other types.
+template <class Observer = NoObserver>
+int32_t solve_six_axis(SixAxisState &s, uint32_t robot_type, bool plugin, const float *q,
+                       float *q_out, Observer &&obs = Observer{}) {
+    switch (robot_type) {
+    case ROBOT_VESK: {
+        const float lo = plugin ? s.joint_min_limit[5] - kOneDegree : -kVeskJoint6Bound;
+        const float hi = plugin ? s.joint_max_limit[5] + kOneDegree : kVeskJoint6Bound;
+        return solve_vesk_scheme(s, VeskArm::vesk, lo, hi, libalgo_get_is_avoid_Singularity(), q,
+                                 q_out, obs);
+    }
+    case ROBOT_PIRRA_2: {
+        const float o6 = s.robot_dh.offset[5];
+        return solve_vesk_scheme(s, VeskArm::pirra_2, o6 - kPirraJoint6Bound, o6 + kPirraJoint6Bound,
+                                 libalgo_get_is_avoid_Singularity(), q, q_out, obs);
+    }
+    case ROBOT_PIRRA_3:
+        return solve_lumo_scheme(s, LateralArm::pirra_3, q, q_out, obs);
+    case ROBOT_LUMO_A:
+    case ROBOT_LUMO_B:
+    case ROBOT_LUMO_C:
+        return solve_lumo_scheme(s, LateralArm::lumo, q, q_out, obs);
+    default:
+        return -4;
+    }
+}
+
+}  // namespace tova::ik
+
+#endif  // TOVA_IKINE_IK_SIX_AXIS_CORE_HPP
