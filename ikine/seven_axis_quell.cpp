@@ -17,6 +17,11 @@ constexpr double kReachTol = 1e-6;
 // only fix a sum, and the first of them keeps its current value.
 constexpr double kSingular = 1e-10;
 
+// Sampling step of the wide search, rad. The cost along a branch has broad
+// basins (joint angles move about one for one with phi away from
+// singularities); the sampled minima are refined afterwards.
+constexpr double kWideStep = 8.0 * kPi / 180.0;
+
 // Elements of the linear combination A sin + B cos + C.
 inline double lin(const M3& A, const M3& B, const M3& C, int r, int c, double s, double co) {
     return A.m[r][c] * s + B.m[r][c] * co + C.m[r][c];
@@ -161,7 +166,7 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
     Candidate best{};
     double best_cost = kHuge;
     auto offer_cost = [&](const Candidate& c) { Search<QuellArm>::offer(c, Objective::kCost, &best, &best_cost); };
-    constexpr double kTol = 1e-9;
+    constexpr double kTolNarrow = 1e-7, kTolWide = 1e-6;
     Span spans[kMaxSpans];
     int n_spans = 0;
 
@@ -170,11 +175,8 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
         const double w = ss.half_window;
         spans[0] = {phi0 - w, phi0 + w, 0xFFu};
         n_spans = 1;
-        Candidate c0[kBranches];
-        const unsigned got = search.eval_all(phi0, 0xFFu, c0);
-        for (int b = 0; b < kBranches; ++b)
-            if (got & (1u << b)) offer_cost(c0[b]);
-        if (w > 0.0) search.cost_stage(spans, 1, w / 2.0, kTol, &best, &best_cost);
+        // Three samples: both window ends and phi0 itself.
+        search.cost_stage(spans, 1, w > 0.0 ? w : 1.0, kTolNarrow, &best, &best_cost);
         if (!(best_cost < kHuge) && w > 0.0) {
             // Nothing feasible at the samples: the closed-form pieces tell
             // exactly where the window meets the limits.
@@ -185,18 +187,18 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
                 const double a = std::fmax(pieces[i].a, phi0 - w), b = std::fmin(pieces[i].b, phi0 + w);
                 if (b >= a) spans[n_spans++] = {a, b, pieces[i].mask};
             }
-            search.cost_stage(spans, n_spans, w / 8.0, kTol, &best, &best_cost);
+            search.cost_stage(spans, n_spans, w / 4.0, kTolNarrow, &best, &best_cost);
         }
     } else {
         // The feasible pieces of the whole circle, sampled every few degrees.
         n_spans = arm.feasible_spans(js, phi0 - kPi, spans, kMaxSpans, offer_cost);
-        search.cost_stage(spans, n_spans, 4.0 * kPi / 180.0, kTol, &best, &best_cost);
+        search.cost_stage(spans, n_spans, kWideStep, kTolWide, &best, &best_cost);
     }
     if (!(best_cost < kHuge)) {
         out.code = kJointLimit;
         return out;
     }
-    if (narrow && js.check_speed && !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTol, &best)) {
+    if (narrow && js.check_speed && !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTolNarrow, &best)) {
         out.code = kSpeedLimit;
         return out;
     }

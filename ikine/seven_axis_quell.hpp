@@ -73,16 +73,18 @@ int QuellArm::feasible_spans(const JointSpace& js, double base, Span* out, int c
         {4, 1, 1, 2, 1.0, 0, 2, 1.0},    // th5 = atan2(b23, b13)
         {6, 1, 2, 1, 1.0, 2, 0, -1.0},   // th7 = atan2(b32, -b31)
     };
-    double bp[2 + 2 * 2 * 2 * 6 * 2];
-    int n = 0;
-    bp[n++] = base;
-    bp[n++] = base + kTwoPi;
-    auto add = [&](double alpha, double beta, double gamma) {
-        double r[2];
-        const int k = sinusoid_roots(alpha, beta, gamma, r);
-        for (int i = 0; i < k; ++i) bp[n++] = wrap_from(r[i], base);
-    };
-    for (const Elbow& e : e_) {
+    int n_out = 0;
+    for (int k = 0; k < 2; ++k) {
+        const Elbow& e = e_[k];
+        double bp[2 + 2 * 2 * 6];
+        int n = 0;
+        bp[n++] = base;
+        bp[n++] = base + kTwoPi;
+        auto add = [&](double alpha, double beta, double gamma) {
+            double r[2];
+            const int nr = sinusoid_roots(alpha, beta, gamma, r);
+            for (int i = 0; i < nr; ++i) bp[n++] = wrap_from(r[i], base);
+        };
         const M3* sh[3] = {&e.As, &e.Bs, &e.Cs};
         const M3* wr[3] = {&e.Aw, &e.Bw, &e.Cw};
         for (const Tangent& tg : kTan) {
@@ -90,10 +92,10 @@ int QuellArm::feasible_spans(const JointSpace& js, double base, Span* out, int c
             const M3* const* m = tg.mat == 0 ? sh : wr;
             for (double lim : {js.lo[tg.joint], js.hi[tg.joint]}) {
                 const double cl = std::cos(lim), sl = std::sin(lim);
-                double k[3];
+                double c[3];
                 for (int i = 0; i < 3; ++i)
-                    k[i] = tg.ns * m[i]->m[tg.nr][tg.nc] * cl - tg.ds * m[i]->m[tg.dr][tg.dc] * sl;
-                add(k[0], k[1], k[2]);
+                    c[i] = tg.ns * m[i]->m[tg.nr][tg.nc] * cl - tg.ds * m[i]->m[tg.dr][tg.dc] * sl;
+                add(c[0], c[1], c[2]);
             }
         }
         // Cosine type: cos th2 = -a32, cos th6 = b33.
@@ -105,39 +107,48 @@ int QuellArm::feasible_spans(const JointSpace& js, double base, Span* out, int c
             for (double lim : {js.lo[j], js.hi[j]})
                 add(sgn * m[0]->m[r][c], sgn * m[1]->m[r][c], sgn * m[2]->m[r][c] - std::cos(lim));
         }
-    }
-    // Sort (insertion; at most a few dozen points).
-    for (int i = 1; i < n; ++i) {
-        const double v = bp[i];
-        int j = i;
-        while (j > 0 && bp[j - 1] > v) {
-            bp[j] = bp[j - 1];
-            --j;
+        // Sort (insertion; at most 26 points).
+        for (int i = 1; i < n; ++i) {
+            const double v = bp[i];
+            int j = i;
+            while (j > 0 && bp[j - 1] > v) {
+                bp[j] = bp[j - 1];
+                --j;
+            }
+            bp[j] = v;
         }
-        bp[j] = v;
-    }
-    int n_out = 0;
-    for (int i = 0; i + 1 < n; ++i) {
-        const double a = bp[i], b = bp[i + 1];
-        if (!(b - a > 1e-12)) continue;
-        const double mid = 0.5 * (a + b);
-        double raw[kBranches][kJoints];
-        const unsigned got = solve(mid, 0xFFu, raw);
-        unsigned ok = 0;
-        for (int br = 0; br < kBranches; ++br) {
-            if (!(got & (1u << br))) continue;
-            Candidate c;
-            score(raw[br], cur_, js, &c);
-            c.t = mid;
-            c.branch = br;
-            if (c.feasible) ok |= 1u << br;
-            offer(c);
-        }
-        if (!ok) continue;
-        if (n_out > 0 && out[n_out - 1].b == a && out[n_out - 1].mask == ok) {
-            out[n_out - 1].b = b;  // same branches on both sides: one span
-        } else if (n_out < cap) {
-            out[n_out++] = {a, b, ok};
+        const unsigned half = 0xFu << (4 * k);
+        bool open = false;  // the last span of this elbow sign ends at a
+        for (int i = 0; i + 1 < n; ++i) {
+            const double a = bp[i], b = bp[i + 1];
+            if (!(b - a > 1e-12)) continue;
+            const double mid = 0.5 * (a + b);
+            double raw[kBranches][kJoints];
+            const unsigned got = solve(mid, half, raw);
+            unsigned ok = 0;
+            for (int br = 4 * k; br < 4 * k + 4; ++br) {
+                if (!(got & (1u << br))) continue;
+                Candidate c;
+                score(raw[br], cur_, js, &c);
+                c.t = mid;
+                c.branch = br;
+                if (c.feasible) ok |= 1u << br;
+                offer(c);
+            }
+            if (!ok) {
+                open = false;
+                continue;
+            }
+            // Contiguous feasible pieces form one span with the union of their
+            // branches; each piece's midpoint was offered above, so narrow
+            // pieces of one branch are not lost to the sampling of the span.
+            if (open && n_out > 0) {
+                out[n_out - 1].b = b;
+                out[n_out - 1].mask |= ok;
+            } else if (n_out < cap) {
+                out[n_out++] = {a, b, ok};
+                open = true;
+            }
         }
     }
     return n_out;

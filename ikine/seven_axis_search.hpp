@@ -36,51 +36,43 @@ inline double objective_value(const Candidate& c, Objective obj) {
     return kHuge;
 }
 
-// Brent's minimiser on [a, b] from an interior point x with known f(x).
+// Minimises f on the bracket x0 < x1 < x2 (f1 no worse than f0 and f2) by
+// successive parabolic interpolation, falling back to a golden-section step
+// when the parabola is degenerate or leaves the bracket. The objectives are
+// smooth and nearly quadratic at the scale of a bracket, so a handful of
+// steps reach tol; stops when the step is below tol or after max_iter.
 template <class F>
-void brent_minimise(double a, double b, double x, double fx, F&& f, double tol, int max_iter) {
+void parabolic_minimise(double x0, double f0, double x1, double f1, double x2, double f2, F&& f, double tol,
+                        int max_iter) {
     constexpr double kGold = 0.3819660112501051;
-    double v = x, w = x, fv = fx, fw = fx, d = 0.0, e = 0.0;
-    for (int it = 0; it < max_iter; ++it) {
-        const double xm = 0.5 * (a + b);
-        const double tol2 = 2.0 * tol;
-        if (std::fabs(x - xm) <= tol2 - 0.5 * (b - a)) break;
-        bool golden = true;
-        if (std::fabs(e) > tol) {
-            double r = (x - w) * (fx - fv);
-            double q = (x - v) * (fx - fw);
-            double p = (x - v) * q - (x - w) * r;
-            q = 2.0 * (q - r);
-            if (q > 0.0) p = -p;
-            q = std::fabs(q);
-            const double etemp = e;
-            e = d;
-            if (!(std::fabs(p) >= std::fabs(0.5 * q * etemp) || p <= q * (a - x) || p >= q * (b - x))) {
-                d = p / q;
-                const double u = x + d;
-                if (u - a < tol2 || b - u < tol2) d = std::copysign(tol, xm - x);
-                golden = false;
+    for (int it = 0; it < max_iter && x2 - x0 > 2.0 * tol; ++it) {
+        double u = x1;
+        bool ok = false;
+        if (f0 < kHuge && f2 < kHuge) {
+            const double r = (x1 - x0) * (f1 - f2), q = (x1 - x2) * (f1 - f0);
+            const double den = 2.0 * (q - r);
+            if (den != 0.0) {
+                u = x1 - ((x1 - x2) * q - (x1 - x0) * r) / den;
+                ok = u > x0 + tol && u < x2 - tol;
             }
         }
-        if (golden) {
-            e = (x >= xm) ? a - x : b - x;
-            d = kGold * e;
+        if (!ok) u = (x1 - x0 > x2 - x1) ? x1 - kGold * (x1 - x0) : x1 + kGold * (x2 - x1);
+        if (std::fabs(u - x1) < tol) {
+            if (ok) break;  // converged
+            u = x1 + (x2 - x1 > x1 - x0 ? tol : -tol);
         }
-        const double u = (std::fabs(d) >= tol) ? x + d : x + std::copysign(tol, d);
         const double fu = f(u);
-        if (fu <= fx) {
-            if (u >= x) a = x; else b = x;
-            v = w; fv = fw;
-            w = x; fw = fx;
-            x = u; fx = fu;
-        } else {
-            if (u < x) a = u; else b = u;
-            if (fu <= fw || w == x) {
-                v = w; fv = fw;
-                w = u; fw = fu;
-            } else if (fu <= fv || v == x || v == w) {
-                v = u; fv = fu;
+        if (fu <= f1) {
+            if (u < x1) {
+                x2 = x1; f2 = f1;
+            } else {
+                x0 = x1; f0 = f1;
             }
+            x1 = u; f1 = fu;
+        } else if (u < x1) {
+            x0 = u; f0 = fu;
+        } else {
+            x2 = u; f2 = fu;
         }
     }
 }
@@ -95,7 +87,8 @@ inline double speed_step(const Span* spans, int n) {
 
 // A sampled local minimum of one branch and the bracket around it.
 struct Bracket {
-    double a, b, t, value;
+    double a, b, t;      // ends and sampled minimum
+    double fa, fb, value;  // objective there (kHuge beyond a span)
     int branch;
 };
 constexpr int kMaxBrackets = 4;
@@ -145,10 +138,11 @@ public:
         for (int s = 0; s < n_spans; ++s) {
             const Span& sp = spans[s];
             const double len = sp.b - sp.a;
-            const int n = len > 0.0 ? static_cast<int>(std::ceil(len / step)) : 0;
+            const int n = len > 0.0 ? static_cast<int>(std::ceil(len / step - 1e-9)) : 0;
             // Per branch: values at the previous two samples and their positions.
-            double v_prev[kBranches], v_prev2[kBranches], t_prev2[kBranches];
-            for (int b = 0; b < kBranches; ++b) v_prev[b] = v_prev2[b] = t_prev2[b] = kHuge;
+            double v_prev[kBranches], v_prev2[kBranches];
+            double t_prev2 = sp.a;
+            for (int b = 0; b < kBranches; ++b) v_prev[b] = v_prev2[b] = kHuge;
             double t_prev = sp.a;
             for (int k = 0; k <= n + 1; ++k) {
                 double v_now[kBranches];
@@ -171,35 +165,65 @@ public:
                     for (int b = 0; b < kBranches; ++b) {
                         const double v = v_prev[b];
                         if (!(v < kHuge) || v > v_prev2[b] || v > v_now[b]) continue;
-                        Bracket br{k >= 2 ? t_prev2[b] : sp.a, k <= n ? t : sp.b, t_prev, v, b};
-                        if (br.a < sp.a) br.a = sp.a;
+                        const Bracket br{k >= 2 ? t_prev2 : sp.a, k <= n ? t : sp.b, t_prev,
+                                         k >= 2 ? v_prev2[b] : kHuge, k <= n ? v_now[b] : kHuge, v, b};
                         insert(br, brackets, &n_br);
                     }
                 }
                 for (int b = 0; b < kBranches; ++b) {
                     v_prev2[b] = v_prev[b];
-                    t_prev2[b] = t_prev;
                     v_prev[b] = v_now[b];
                 }
+                t_prev2 = t_prev;
                 t_prev = t;
             }
         }
         return n_br;
     }
 
-    // Brent refinement of each bracket on its branch.
+    // Refines each bracket on its branch. For the cost, brackets whose sampled
+    // value is more than twice the best one's are skipped: at the scale of a
+    // bracket they cannot come near it.
     void refine(const Bracket* brackets, int n_br, Objective obj, double tol, Candidate* best,
                 double* best_value) const {
         for (int i = 0; i < n_br; ++i) {
             const Bracket& br = brackets[i];
             if (!(br.b > br.a)) continue;
+            if (obj == Objective::kCost && i > 0 && br.value > 2.0 * brackets[0].value + 1e-9) break;
             auto f = [&](double t) {
                 Candidate c;
                 if (!eval_one(t, br.branch, &c)) return kHuge;
                 offer(c, obj, best, best_value);
                 return objective_value(c, obj);
             };
-            brent_minimise(br.a, br.b, br.t, br.value, f, tol, 60);
+            double x0 = br.a, f0 = br.fa, x1 = br.t, f1 = br.value, x2 = br.b, f2 = br.fb;
+            if (x1 <= x0 || x1 >= x2) {
+                // Sampled minimum at a span end: step inside until something
+                // is no worse than the end, else the end is the answer.
+                const bool low = x1 <= x0;
+                const double end = x1, f_end = f1;
+                double far = low ? x2 : x0, f_far = low ? f2 : f0;
+                bool found = false;
+                for (int k = 0; k < 8 && !found; ++k) {
+                    const double u = end + 0.3819660112501051 * (far - end);
+                    const double fu = f(u);
+                    if (fu <= f_end) {
+                        found = true;
+                        x1 = u;
+                        f1 = fu;
+                    } else {
+                        far = u;
+                        f_far = fu;
+                    }
+                }
+                if (!found) continue;
+                if (low) {
+                    x0 = end; f0 = f_end; x2 = far; f2 = f_far;
+                } else {
+                    x2 = end; f2 = f_end; x0 = far; f0 = f_far;
+                }
+            }
+            parabolic_minimise(x0, f0, x1, f1, x2, f2, f, tol, 40);
         }
     }
 
@@ -226,7 +250,7 @@ public:
             refine(&br[i], 1, Objective::kMargin, tol, &mi, &vi);
             if (!(vi < kHuge) || !mi.feasible) continue;
             offer(mi, Objective::kCost, best, best_cost);
-            Bracket around{br[i].a, br[i].b, mi.t, mi.cost, mi.branch};
+            const Bracket around{br[i].a, br[i].b, mi.t, kHuge, kHuge, mi.cost, mi.branch};
             refine(&around, 1, Objective::kCost, tol, best, best_cost);
         }
     }

@@ -9,9 +9,14 @@ constexpr double kAlpha[kJoints] = {0.0, -kPi / 2, kPi / 2, kPi / 2, -kPi / 2, k
 
 // Relative slack of the elbow (law of cosines) and wrist (sine of joint 5)
 // tests: float targets land just past a stretched elbow or a wrist fold.
-constexpr double kElbowTol = 1e-6;
-constexpr double kWristTol = 1e-6;
+constexpr double kElbowTol = 1e-8;
+constexpr double kWristTol = 1e-8;
 constexpr double kSingular = 1e-10;
+
+// Sampling steps of the wide search over joint 7, rad: the cost sampling,
+// and the limit-margin climb that runs when no sample was feasible.
+constexpr double kWideStep = 6.0 * kPi / 180.0;
+constexpr double kRescueStep = 1.0 * kPi / 180.0;
 
 }  // namespace
 
@@ -74,25 +79,54 @@ unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]
         // P_s - P_w in frame 4 is (u4, v4, 0).
         const double u4 = -(g_.d3 * s4 + g_.a4 * c4 + g_.a5);
         const double v4 = -(g_.d3 * c4 - g_.a4 * s4 + g_.d5);
-        double th5a;
+        double s5;
         if (std::fabs(u4) > kSingular) {
-            double s5 = p6.z / u4;
+            s5 = p6.z / u4;
             if (!(std::fabs(s5) <= 1.0 + kWristTol)) continue;
             s5 = std::fmax(-1.0, std::fmin(1.0, s5));
-            th5a = std::asin(s5);
         } else {
-            th5a = cur_[4];  // shoulder point on axis 5: joint 5 is free
+            s5 = std::sin(cur_[4]);  // shoulder point on axis 5: joint 5 is free
         }
-        // Rz(-th4) Rx(-90), shared by both wrist branches.
-        const M3 R4 = mul(rot_z(-th4), rot_x(-kPi / 2));
+        const double th5a = std::asin(s5), c5a = std::sqrt(1.0 - s5 * s5);
+        // P4 = Rz(-th4) Rx(-90), shared by both wrist branches; row-major.
+        const double P4[3][3] = {{c4, 0.0, s4}, {-s4, 0.0, c4}, {0.0, -1.0, 0.0}};
         for (int wi = 0; wi < 2; ++wi) {
             const unsigned mw = (me >> (2 * wi)) & 0x3u;
             if (!mw) continue;
             const double th5 = wi == 0 ? th5a : kPi - th5a;
-            const double c5 = std::cos(th5);
-            const double th6 = hp > kSingular ? std::atan2(v4, c5 * u4) - ang_p6 : cur_[5];
-            // R03 = R06 Rz(-th6) Ry(-th5) Rz(-th4) Rx(-90) = Rz(th1) Ry(th2) Rz(th3).
-            const M3 R03 = mul(mul(R06, mul(rot_z(-th6), rot_y(-th5))), R4);
+            const double c5 = wi == 0 ? c5a : -c5a;
+            double th6, c6, s6;
+            if (hp > kSingular) {
+                // th6 = angle of (c5 u4, v4) minus angle of p6 (both in the xy plane).
+                const double X = c5 * u4, Y = v4, hx = std::hypot(X, Y);
+                th6 = std::atan2(Y, X) - ang_p6;
+                if (hx > 0.0) {
+                    const double ca = X / hx, sa = Y / hx, cb = p6.x / hp, sb = p6.y / hp;
+                    c6 = ca * cb + sa * sb;
+                    s6 = sa * cb - ca * sb;
+                } else {
+                    c6 = std::cos(th6);
+                    s6 = std::sin(th6);
+                }
+            } else {
+                th6 = cur_[5];
+                c6 = std::cos(th6);
+                s6 = std::sin(th6);
+            }
+            // M = Rz(-th6) Ry(-th5) P4, then R03 = R06 M = Rz(th1) Ry(th2) Rz(th3).
+            double Y5[3][3];
+            for (int j = 0; j < 3; ++j) {
+                Y5[0][j] = c5 * P4[0][j] - s5 * P4[2][j];
+                Y5[1][j] = P4[1][j];
+                Y5[2][j] = s5 * P4[0][j] + c5 * P4[2][j];
+            }
+            M3 M;
+            for (int j = 0; j < 3; ++j) {
+                M.m[0][j] = c6 * Y5[0][j] + s6 * Y5[1][j];
+                M.m[1][j] = -s6 * Y5[0][j] + c6 * Y5[1][j];
+                M.m[2][j] = Y5[2][j];
+            }
+            const M3 R03 = mul(R06, M);
             const double r13 = R03.m[0][2], r23 = R03.m[1][2], r33 = R03.m[2][2];
             const double hs = std::hypot(r13, r23);
             const double th2 = std::atan2(hs, r33);
@@ -201,33 +235,36 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     const Search<TaldoArm> search(arm, js, cur);
     Candidate best{};
     double best_cost = kHuge;
-    constexpr double kTol = 1e-9;
+    constexpr double kTolNarrow = 1e-7, kTolWide = 1e-6;
     const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
     int n_spans = 0;
-    double step;
+    double step, tol;
     if (ss.narrow && ss.half_window < hi7 - lo7) {
         const double w = ss.half_window;
         const double a = std::fmax(lo7, t0 - w), b = std::fmin(hi7, t0 + w);
         if (b >= a) spans[n_spans++] = {a, b, 0xFFu};
-        if (t0 >= a && t0 <= b) {
+        if (t0 > a && t0 < b && t0 != 0.5 * (a + b)) {  // not one of the samples
             Candidate c0[kBranches];
             const unsigned got = search.eval_all(t0, 0xFFu, c0);
             for (int i = 0; i < kBranches; ++i)
                 if (got & (1u << i)) Search<TaldoArm>::offer(c0[i], Objective::kCost, &best, &best_cost);
         }
-        step = std::fmax((b - a) / 4.0, 1e-6);
+        step = b > a ? 0.5 * (b - a) : 1.0;  // the ends and the middle
+        tol = kTolNarrow;
     } else {
         n_spans = arm.elbow_spans(&js, lo7, hi7, spans, kMaxSpans);
-        step = 3.0 * kPi / 180.0;
+        step = kWideStep;
+        tol = kTolWide;
     }
-    search.cost_stage(spans, n_spans, step, kTol, &best, &best_cost);
-    if (!(best_cost < kHuge)) search.margin_rescue(spans, n_spans, step / 8.0, kTol, &best, &best_cost);
+    search.cost_stage(spans, n_spans, step, tol, &best, &best_cost);
+    if (!(best_cost < kHuge))
+        search.margin_rescue(spans, n_spans, ss.narrow ? step / 4.0 : kRescueStep, tol, &best, &best_cost);
     if (!(best_cost < kHuge)) {
         out.code = kJointLimit;
         return out;
     }
     if (ss.narrow && js.check_speed &&
-        !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTol, &best)) {
+        !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTolNarrow, &best)) {
         out.code = kSpeedLimit;
         return out;
     }
