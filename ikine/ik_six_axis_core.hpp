@@ -146,6 +146,18 @@ inline void prepare_joints(const float *q_current, uint32_t robot_type, float q[
         last = -kWrapTurn;
 }
 
+// The entry's preparation, in its order: reset, target T_BT, joint copy with
+// the wrap clamp, configuration snapshots. Returns the robot type in force.
+inline uint32_t prepare_entry(SixAxisState &s, const float *q_current, const Pose &pose,
+                              uint8_t is_euler, float q[8]) {
+    reset_working_values(s);
+    load_target(s, pose, is_euler);
+    const uint32_t type = libalgo_get_robot_type();
+    prepare_joints(q_current, type, q);
+    snapshot_config(s);
+    return type;
+}
+
 // Whole turns in x, truncated toward zero; a value that no int32 holds (or
 // NaN) counts as no turns.
 inline int32_t whole_turns(float x) {

@@ -32,12 +32,8 @@ int32_t T_Base_Tool(const Pose *pose, uint8_t is_euler) {
 void pose_n_o_a(const Matrix *m) { tova::ik::load_noa(ik_working_state, *m); }
 
 int32_t inverse_kinematics(const float *q_current, const Pose *pose, float *q_out, uint8_t is_euler) {
-    inverse_data_init();
-    T_Base_Tool(pose, is_euler);
-    const uint32_t type = libalgo_get_robot_type();
     float q[8];
-    tova::ik::prepare_joints(q_current, type, q);
-    tova::ik::snapshot_config(ik_working_state);
+    const uint32_t type = tova::ik::prepare_entry(ik_working_state, q_current, *pose, is_euler, q);
     switch (type) {
     case ROBOT_VESK:
         return inverse_kinematics_vesk(q, q_out);
