@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "math/static_array.hpp"
-#include "math/static_quat.hpp"
+#include "math/pose_core.hpp"
 #include "math/tova_static_matrix.h"
 
 namespace fx = tova::fixed;
@@ -186,17 +186,31 @@ int roMatrixLog6(const MAT4X4 T, VEC6 V) {
     return 0;
 }
 
+// The quaternion maps are the pose library's, applied to a rotation block
+// held in a Matrix record.
 int roMatrix2Quat(const MAT3X3 R, float q[4]) {
-    float result[4];
-    tova::rotation::quat_from_matrix([R](int i, int j) { return R[i * 3 + j]; }, result);
-    copy<4>(result, q);
+    Matrix m{};
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            m.data[i][j] = R[i * 3 + j];
+        }
+    }
+    const Quaternion result = tova::quat_from_rotation(m);
+    q[0] = result.w;
+    q[1] = result.x;
+    q[2] = result.y;
+    q[3] = result.z;
     return 0;
 }
 
 int roQuat2Matrix(const float q[4], MAT3X3 R) {
-    float result[9];
-    tova::rotation::matrix_from_quat(q, result);
-    copy<9>(result, R);
+    Matrix m{};
+    tova::put_quat_rotation(m, Quaternion{q[0], q[1], q[2], q[3]});
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) {
+            R[i * 3 + j] = m.data[i][j];
+        }
+    }
     return 0;
 }
 
