@@ -32,7 +32,9 @@ int32_t inverse_kinematics_quell(mat target, const float *q_current, float *q_ou
     // target = installation * flange * tool.
     const Rigid flange = compose(compose(inverse(install), tbt), inverse(tool));
 
-    const Solution s = solve_quell(geo, read_joint_space(shift), read_settings(), flange, cur);
-    if (s.code == kOk) write_joints(s.th, none, q_out);
+    const JointSpace js = read_joint_space(shift);
+    const SearchSettings ss = read_settings();
+    const Solution s = solve_quell(geo, js, ss, flange, cur);
+    if (s.code == kOk) write_joints(s.th, none, q_current, ss.narrow && js.check_speed, q_out);
     return s.code;
 }

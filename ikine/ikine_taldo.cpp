@@ -23,7 +23,9 @@ int32_t inverse_kinematics_taldo(mat target, const float *q_current, float *q_ou
     if (!read_target(target, &flange) || !read_joints(q_current, q)) return kInvalidInput;
     for (int i = 0; i < kJoints; ++i) cur[i] = q[i] + offset[i];  // model angles
 
-    const Solution s = solve_taldo(geo, read_joint_space(none), read_settings(), flange, cur);
-    if (s.code == kOk) write_joints(s.th, offset, q_out);
+    const JointSpace js = read_joint_space(none);
+    const SearchSettings ss = read_settings();
+    const Solution s = solve_taldo(geo, js, ss, flange, cur);
+    if (s.code == kOk) write_joints(s.th, offset, q_current, ss.narrow && js.check_speed, q_out);
     return s.code;
 }

@@ -102,6 +102,16 @@ inline Rigid inverse(const Rigid& A) {
     return {Rt, -1.0 * mul(Rt, A.p)};
 }
 
+// True when two transforms agree to tol in every rotation element and
+// translation component.
+inline bool near_pose(const Rigid& A, const Rigid& B, double tol) {
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            if (!(std::fabs(A.R.m[i][j] - B.R.m[i][j]) <= tol)) return false;
+    const V3 d = A.p - B.p;
+    return std::fabs(d.x) <= tol && std::fabs(d.y) <= tol && std::fabs(d.z) <= tol;
+}
+
 // ---- angles on the circle and sinusoids ------------------------------------
 
 // a reduced into [base, base + 2 pi).
@@ -177,6 +187,17 @@ struct Solution {
     int branch;
 };
 
+// Float targets carry about 1e-7 of rounding. When the current joints already
+// reach the target to this tolerance (m, and per rotation element), they are
+// the nearest solution and are returned unchanged: a controller commanding a
+// standing pose holds still instead of jittering near singular configurations.
+constexpr double kStandingTol = 1e-6;
+
+// Largest sampling step of the narrow search, rad. The default window
+// (+-0.013) is sampled at its ends and middle; wider windows more densely,
+// as the cost along a branch may then have several minima.
+constexpr double kNarrowStep = 0.02;
+
 // Maps the raw closed-form angles into the joint ranges and scores them.
 inline void score(const double raw[kJoints], const double cur[kJoints], const JointSpace& js, Candidate* c) {
     double cost = 0.0, ratio = 0.0, margin = 1e300;
@@ -202,6 +223,20 @@ inline void score(const double raw[kJoints], const double cur[kJoints], const Jo
     c->ratio = ratio;
     c->margin = margin;
     c->feasible = ok && std::isfinite(cost);
+}
+
+// The current joints as the solution when they reach the target and lie
+// inside the limits (see kStandingTol).
+inline bool standing_solution(const Rigid& reached, const Rigid& target, const double cur[kJoints],
+                              const JointSpace& js, Solution* out) {
+    if (!near_pose(reached, target, kStandingTol)) return false;
+    for (int i = 0; i < kJoints; ++i)
+        if (!(cur[i] >= js.lo[i] && cur[i] <= js.hi[i])) return false;
+    out->code = kOk;
+    for (int i = 0; i < kJoints; ++i) out->th[i] = cur[i];
+    out->t = 0.0;
+    out->branch = -1;
+    return true;
 }
 
 }  // namespace tova::seven_axis

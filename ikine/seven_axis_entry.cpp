@@ -85,8 +85,23 @@ SearchSettings read_settings() {
     return ss;
 }
 
-void write_joints(const double th[kJoints], const double offset[kJoints], float* q_out) {
-    for (int i = 0; i < kJoints; ++i) q_out[i] = static_cast<float>(th[i] - offset[i]);
+void write_joints(const double th[kJoints], const double offset[kJoints], const float* q_current,
+                  bool speed_checked, float* q_out) {
+    float hi[8], lo[8], vel[8];
+    libalgo_get_jointlim_max(hi);
+    libalgo_get_jointlim_min(lo);
+    libalgo_get_joint_vel_maxlim(vel);
+    const float period = libalgo_get_control_loop_period();
+    for (int i = 0; i < kJoints; ++i) {
+        float q = static_cast<float>(th[i] - offset[i]);
+        for (int k = 0; k < 4 && q > hi[i]; ++k) q = std::nextafter(q, lo[i]);
+        for (int k = 0; k < 4 && q < lo[i]; ++k) q = std::nextafter(q, hi[i]);
+        if (speed_checked && vel[i] > 0.0f) {
+            const float step = vel[i] * period * 1.0f;
+            for (int k = 0; k < 8 && std::fabs(q - q_current[i]) > step; ++k) q = std::nextafter(q, q_current[i]);
+        }
+        q_out[i] = q;
+    }
 }
 
 }  // namespace tova::seven_axis

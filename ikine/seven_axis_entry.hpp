@@ -31,8 +31,12 @@ JointSpace read_joint_space(const double shift[kJoints]);
 // (NaN or negative theta_v: the current value alone; pi or more: the circle).
 SearchSettings read_settings();
 
-// q_out = th - offset, in float.
-void write_joints(const double th[kJoints], const double offset[kJoints], float* q_out);
+// q_out = th - offset, in float. Rounding to float may carry a joint that
+// sits on a limit one step past it, or a step that sits on the speed limit
+// just over it (as joint_overspeed_judgment measures it in float); such
+// joints are moved back by the few float steps needed.
+void write_joints(const double th[kJoints], const double offset[kJoints], const float* q_current,
+                  bool speed_checked, float* q_out);
 
 }  // namespace tova::seven_axis
 

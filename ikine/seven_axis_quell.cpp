@@ -160,6 +160,7 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
     QuellArm arm;
     out.code = arm.setup(g, flange, cur);
     if (out.code != kOk) return out;
+    if (standing_solution(quell_forward(g, cur), flange, cur, js, &out)) return out;
 
     const Search<QuellArm> search(arm, js, cur);
     const double phi0 = arm.current_phi();
@@ -175,8 +176,8 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
         const double w = ss.half_window;
         spans[0] = {phi0 - w, phi0 + w, 0xFFu};
         n_spans = 1;
-        // Three samples: both window ends and phi0 itself.
-        search.cost_stage(spans, 1, w > 0.0 ? w : 1.0, kTolNarrow, &best, &best_cost);
+        // Both window ends and phi0 itself (and more points in a wide window).
+        search.cost_stage(spans, 1, w > 0.0 ? w / std::ceil(w / kNarrowStep) : 1.0, kTolNarrow, &best, &best_cost);
         if (!(best_cost < kHuge) && w > 0.0) {
             // Nothing feasible at the samples: the closed-form pieces tell
             // exactly where the window meets the limits.

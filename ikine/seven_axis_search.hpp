@@ -36,43 +36,54 @@ inline double objective_value(const Candidate& c, Objective obj) {
     return kHuge;
 }
 
-// Minimises f on the bracket x0 < x1 < x2 (f1 no worse than f0 and f2) by
-// successive parabolic interpolation, falling back to a golden-section step
-// when the parabola is degenerate or leaves the bracket. The objectives are
-// smooth and nearly quadratic at the scale of a bracket, so a handful of
-// steps reach tol; stops when the step is below tol or after max_iter.
+// Brent's minimiser on [a, b] from an interior point x with known f(x):
+// parabolic steps where they behave, golden sections where they do not, so
+// narrow valleys (near singular configurations the joints move fast with the
+// redundancy) are still found.
 template <class F>
-void parabolic_minimise(double x0, double f0, double x1, double f1, double x2, double f2, F&& f, double tol,
-                        int max_iter) {
+void brent_minimise(double a, double b, double x, double fx, F&& f, double tol, int max_iter) {
     constexpr double kGold = 0.3819660112501051;
-    for (int it = 0; it < max_iter && x2 - x0 > 2.0 * tol; ++it) {
-        double u = x1;
-        bool ok = false;
-        if (f0 < kHuge && f2 < kHuge) {
-            const double r = (x1 - x0) * (f1 - f2), q = (x1 - x2) * (f1 - f0);
-            const double den = 2.0 * (q - r);
-            if (den != 0.0) {
-                u = x1 - ((x1 - x2) * q - (x1 - x0) * r) / den;
-                ok = u > x0 + tol && u < x2 - tol;
+    double v = x, w = x, fv = fx, fw = fx, d = 0.0, e = 0.0;
+    for (int it = 0; it < max_iter; ++it) {
+        const double xm = 0.5 * (a + b);
+        const double tol2 = 2.0 * tol;
+        if (std::fabs(x - xm) <= tol2 - 0.5 * (b - a)) break;
+        bool golden = true;
+        if (std::fabs(e) > tol) {
+            double r = (x - w) * (fx - fv);
+            double q = (x - v) * (fx - fw);
+            double p = (x - v) * q - (x - w) * r;
+            q = 2.0 * (q - r);
+            if (q > 0.0) p = -p;
+            q = std::fabs(q);
+            const double etemp = e;
+            e = d;
+            if (!(std::fabs(p) >= std::fabs(0.5 * q * etemp) || p <= q * (a - x) || p >= q * (b - x))) {
+                d = p / q;
+                const double u = x + d;
+                if (u - a < tol2 || b - u < tol2) d = std::copysign(tol, xm - x);
+                golden = false;
             }
         }
-        if (!ok) u = (x1 - x0 > x2 - x1) ? x1 - kGold * (x1 - x0) : x1 + kGold * (x2 - x1);
-        if (std::fabs(u - x1) < tol) {
-            if (ok) break;  // converged
-            u = x1 + (x2 - x1 > x1 - x0 ? tol : -tol);
+        if (golden) {
+            e = (x >= xm) ? a - x : b - x;
+            d = kGold * e;
         }
+        const double u = (std::fabs(d) >= tol) ? x + d : x + std::copysign(tol, d);
         const double fu = f(u);
-        if (fu <= f1) {
-            if (u < x1) {
-                x2 = x1; f2 = f1;
-            } else {
-                x0 = x1; f0 = f1;
-            }
-            x1 = u; f1 = fu;
-        } else if (u < x1) {
-            x0 = u; f0 = fu;
+        if (fu <= fx) {
+            if (u >= x) a = x; else b = x;
+            v = w; fv = fw;
+            w = x; fw = fx;
+            x = u; fx = fu;
         } else {
-            x2 = u; f2 = fu;
+            if (u < x) a = u; else b = u;
+            if (fu <= fw || w == x) {
+                v = w; fv = fw;
+                w = u; fw = fu;
+            } else if (fu <= fv || v == x || v == w) {
+                v = u; fv = fu;
+            }
         }
     }
 }
@@ -223,7 +234,9 @@ public:
                     x2 = end; f2 = f_end; x0 = far; f0 = f_far;
                 }
             }
-            parabolic_minimise(x0, f0, x1, f1, x2, f2, f, tol, 40);
+            (void)f0;
+            (void)f2;
+            brent_minimise(x0, x2, x1, f1, f, tol, 40);
         }
     }
 
@@ -255,11 +268,21 @@ public:
         }
     }
 
-    // Narrow mode: when *best steps too fast, the candidate in the spans with
-    // the smallest largest speed ratio. Returns false when even that one is
-    // above kRatioOk (*best then unchanged).
+    // Narrow mode, when *best steps too fast: first the nearest candidate
+    // again on a dense grid (near singular points of the parameterisation the
+    // joints move much faster than the parameter, and the nearest solution
+    // sits in a valley narrower than the normal samples), then, if that one is
+    // too fast as well, the candidate with the smallest largest speed ratio.
+    // Returns false when even that one is above kRatioOk (*best unchanged).
     bool speed_stage(const Span* spans, int n_spans, double step, double tol, Candidate* best) const {
         if (best->ratio <= kRatioOk) return true;
+        Candidate c = *best;
+        double cv = c.cost;
+        cost_stage(spans, n_spans, step, tol, &c, &cv);
+        if (c.ratio <= kRatioOk) {
+            *best = c;
+            return true;
+        }
         Candidate r = *best;
         double rv = r.ratio;
         Bracket br[kMaxBrackets];

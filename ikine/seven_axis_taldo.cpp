@@ -232,6 +232,7 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
         out.code = kOutOfReach;
         return out;
     }
+    if (standing_solution(taldo_forward(g, cur), flange, cur, js, &out)) return out;
     const Search<TaldoArm> search(arm, js, cur);
     Candidate best{};
     double best_cost = kHuge;
@@ -249,7 +250,8 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
             for (int i = 0; i < kBranches; ++i)
                 if (got & (1u << i)) Search<TaldoArm>::offer(c0[i], Objective::kCost, &best, &best_cost);
         }
-        step = b > a ? 0.5 * (b - a) : 1.0;  // the ends and the middle
+        // The ends and the middle (and more points in a wide window).
+        step = b > a ? 0.5 * (b - a) / std::ceil(0.5 * (b - a) / kNarrowStep) : 1.0;
         tol = kTolNarrow;
     } else {
         n_spans = arm.elbow_spans(&js, lo7, hi7, spans, kMaxSpans);

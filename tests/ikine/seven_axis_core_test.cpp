@@ -44,10 +44,12 @@ protected:
         for (int i = 0; i < kJoints; ++i) q[i] = th[i] - off_[i];
         return seven_ref::forward(m_, q);
     }
-    Solution solve(const T4& target, const double* cur_th, bool narrow, double w = 0.013) const {
-        const SearchSettings ss{narrow, w};
-        return taldo_ ? solve_taldo(tg_, js_, ss, rigid(target), cur_th)
-                      : solve_quell(qg_, js_, ss, rigid(target), cur_th);
+    Solution solve(const T4& target, const double* cur_th, bool narrow, bool speed = true) const {
+        const SearchSettings ss{narrow, 0.013};
+        JointSpace js = js_;
+        js.check_speed = speed;
+        return taldo_ ? solve_taldo(tg_, js, ss, rigid(target), cur_th)
+                      : solve_quell(qg_, js, ss, rigid(target), cur_th);
     }
     // All closed-form branches at parameter t (cur resolves singular cases).
     unsigned branches(const T4& target, const double* cur_th, double t, double raw[kBranches][kJoints],
@@ -62,6 +64,11 @@ protected:
         if (arm.setup(qg_, rigid(target), cur_th) != kOk) return 0;
         if (t_cur) *t_cur = arm.current_phi();
         return arm.solve(t_cur ? *t_cur : t, 0xFFu, raw);
+    }
+    static double cost(const double* a, const double* b) {
+        double c = 0;
+        for (int i = 0; i < kJoints; ++i) c += kWeight[i] * (a[i] - b[i]) * (a[i] - b[i]);
+        return c;
     }
     bool inside(const double* th) const {
         for (int i = 0; i < kJoints; ++i)
@@ -102,8 +109,11 @@ TEST_P(SevenAxisCore, ClosedFormContainsGeneratingJoints) {
     }
 }
 
+// Wide mode finds every target, and no farther from the current joints
+// than the generating configuration (a solution it could have chosen).
 TEST_P(SevenAxisCore, WideSearchFindsEveryTarget) {
     std::mt19937 rng(12);
+    int farther = 0;
     for (int n = 0; n < 150; ++n) {
         double q[kJoints], th[kJoints], qc[kJoints], cur[kJoints];
         seven_ref::random_joints(m_, rng, q);
@@ -117,18 +127,29 @@ TEST_P(SevenAxisCore, WideSearchFindsEveryTarget) {
         EXPECT_LT(seven_ref::pos_err(T, target), 1e-9);
         EXPECT_LT(seven_ref::rot_err(T, target), 1e-9);
         EXPECT_TRUE(inside(s.th));
+        farther += cost(s.th, cur) > cost(th, cur) + 1e-9;
     }
+    EXPECT_EQ(farther, 0);
 }
 
-TEST_P(SevenAxisCore, NarrowSearchKeepsCurrentConfiguration) {
+// Narrow mode from joints a small step away from the generating ones: the
+// result is no farther than the generating configuration, and from the
+// generating joints themselves it is those joints.
+TEST_P(SevenAxisCore, NarrowSearchStaysNearest) {
     std::mt19937 rng(13);
+    std::uniform_real_distribution<double> step(-2e-3, 2e-3);
     for (int n = 0; n < 300; ++n) {
-        double q[kJoints], th[kJoints];
-        seven_ref::random_joints(m_, rng, q);
+        double q[kJoints], th[kJoints], cur[kJoints];
+        seven_ref::random_joints(m_, rng, q, 0.01);
         model(q, th);
-        const Solution s = solve(seven_ref::forward(m_, q), th, true);
+        for (int i = 0; i < kJoints; ++i) cur[i] = th[i] + step(rng);
+        const T4 target = seven_ref::forward(m_, q);
+        Solution s = solve(target, cur, true);
         ASSERT_EQ(s.code, kOk) << "sample " << n;
-        for (int i = 0; i < kJoints; ++i) EXPECT_NEAR(s.th[i], th[i], 1e-8) << "joint " << i;
+        EXPECT_LE(cost(s.th, cur), cost(th, cur) + 1e-12) << "sample " << n;
+        s = solve(target, th, true);
+        ASSERT_EQ(s.code, kOk);
+        for (int i = 0; i < kJoints; ++i) EXPECT_EQ(s.th[i], th[i]);
     }
 }
 
