@@ -12,6 +12,7 @@
 
 #include "config/libalgo_interface.h"
 #include "kinematics/fast_trig.hpp"
+#include "kinematics/frame_product.hpp"
 #include "kinematics/forward_internal.hpp"
 #include "kinematics/kine_taldo.h"
 #include "math/pose_core.hpp"
@@ -237,21 +238,6 @@ void refresh_and_flange(const float *q, Matrix &T) {
     flange(fk.robot_type, fk.robot_dh, q, T);
 }
 
-// The 4x4 product of matrix_m (f32 products summed in double from 0.0, k in
-// order) for two 4 x 4 operands, with the bounds fixed so it unrolls.
-inline Matrix mul44(const Matrix &a, const Matrix &b) {
-    Matrix r;
-    r.rows = 4;
-    r.cols = 4;
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) {
-            double sum = 0.0;
-            for (int k = 0; k < 4; ++k) sum += static_cast<double>(a.data[i][k] * b.data[k][j]);
-            r.data[i][j] = static_cast<float>(sum);
-        }
-    return r;
-}
-
 // f32 matrix-vector product A v with a 4-vector, summed left to right.
 inline void mul4v(const Matrix &A, const float v[4], float r[4]) {
     for (int i = 0; i < 4; ++i)
@@ -277,8 +263,8 @@ Matrix work_matrix() {
 // I * (F * T): the tool in the world frame.
 Matrix tool_in_world(const float *q) {
     refresh_and_flange(q, fk.T_BE);
-    const Matrix flange_tool = mul44(fk.T_BE, tool_matrix());
-    return mul44(install_matrix(), flange_tool);
+    const Matrix flange_tool = mul_transforms(fk.T_BE, tool_matrix());
+    return mul_transforms(install_matrix(), flange_tool);
 }
 
 // Rotation of W * I * F, times the tool's rotation when with_tool is set; 3 x 3
@@ -357,7 +343,7 @@ Matrix *forward_kinematics_e(Matrix *out, const float *q) {
 
 Matrix *forward_kinematics_world_to_flange(Matrix *out, const float *q) {
     refresh_and_flange(q, fk.T_BE);
-    *out = mul44(install_matrix(), fk.T_BE);
+    *out = mul_transforms(install_matrix(), fk.T_BE);
     return out;
 }
 
@@ -368,7 +354,7 @@ Matrix *forward_kinematics_for_unity(Matrix *out, const float *q) {
 
 Pose *forward_kinematics(Pose *out, const float *q) {
     const Matrix world_tool = tool_in_world(q);
-    *out = pose_from_transform(mul44(work_matrix(), world_tool));
+    *out = pose_from_transform(mul_transforms(work_matrix(), world_tool));
     return out;
 }
 

@@ -1,0 +1,117 @@
+// Forward kinematics and the universal chain, timed on 10,000 prepared joint
+// vectors per model, beside Orocos KDL's ChainFkSolverPos_recursive on the same
+// arms and vectors (when KDL is available), so the ratios come from one run.
+#include <benchmark/benchmark.h>
+
+#include "bench_common.hpp"
+
+namespace {
+
+using namespace tova_bench;
+
+// Non-identity tool, work and install frames for the composed entry points.
+void set_frames() {
+    const float tool[6] = {0.01f, -0.02f, 0.15f, 0.1f, -0.2f, 0.3f};
+    const float work[6] = {0.5f, -0.2f, 0.1f, 0.2f, 0.1f, -0.4f};
+    const float inst[3] = {0.3f, -0.1f, 0.5f};
+    libalgo_set_tool_cs_params(tool);
+    libalgo_set_work_cs_params(work);
+    libalgo_set_robot_install_angle(inst);
+}
+
+// forward_kinematics_e: the entry point with the model dispatch.
+void BM_forward_kinematics_e(benchmark::State &state, uint32_t type) {
+    Cycle samples(joint_samples(type));
+    select_model(type);
+    Matrix m;
+    for (auto _ : state) {
+        forward_kinematics_e(&m, samples.next());
+        benchmark::DoNotOptimize(m);
+    }
+}
+
+// The family's own closed-form routine.
+void BM_family_e(benchmark::State &state, uint32_t type, Matrix *(*fn)(Matrix *, const float *)) {
+    Cycle samples(joint_samples(type));
+    select_model(type);
+    Matrix m;
+    for (auto _ : state) {
+        fn(&m, samples.next());
+        benchmark::DoNotOptimize(m);
+    }
+}
+
+// forward_kinematics: flange, tool, install and work frames, pose conversion.
+void BM_forward_kinematics_frames(benchmark::State &state, uint32_t type) {
+    Cycle samples(joint_samples(type));
+    select_model(type);
+    set_frames();
+    Pose p;
+    for (auto _ : state) {
+        forward_kinematics(&p, samples.next());
+        benchmark::DoNotOptimize(p);
+    }
+}
+
+void BM_kin_universal_Twt(benchmark::State &state, uint32_t type) {
+    Cycle samples(joint_samples(type));
+    select_model(type);
+    set_frames();
+    for (auto _ : state) {
+        Matrix m = kin_universal_kinematics_Tn(samples.next(), "machine", "Twt");
+        benchmark::DoNotOptimize(m);
+    }
+}
+
+#ifdef TOVA_HAVE_KDL
+void BM_kdl_fk(benchmark::State &state, uint32_t type) {
+    const KDL::Chain chain = kdl_chain_of(type);
+    const std::vector<KDL::JntArray> samples = kdl_samples(type);
+    KDL::ChainFkSolverPos_recursive solver(chain);
+    KDL::Frame f;
+    size_t i = 0;
+    for (auto _ : state) {
+        solver.JntToCart(samples[i], f);
+        benchmark::DoNotOptimize(f);
+        if (++i == samples.size()) i = 0;
+    }
+}
+
+// Once at start-up, before any timing: KDL and our closed forms must agree.
+const bool kdl_checked = [] {
+    for (const Model &m : fk_models()) check_kdl_agreement(m.type);
+    return true;
+}();
+#endif
+
+const bool registered = [] {
+    for (const Model &m : fk_models()) {
+        const std::string name = m.name;
+        benchmark::RegisterBenchmark(("fk_e/" + name).c_str(), BM_forward_kinematics_e, m.type);
+#ifdef TOVA_HAVE_KDL
+        benchmark::RegisterBenchmark(("kdl_fk/" + name).c_str(), BM_kdl_fk, m.type);
+#endif
+    }
+    benchmark::RegisterBenchmark("forward_kinematics_e_vesk", BM_family_e, ROBOT_VESK,
+                                 forward_kinematics_e_vesk);
+    benchmark::RegisterBenchmark("forward_kinematics_e_quell", BM_family_e, ROBOT_QUELL,
+                                 forward_kinematics_e_quell);
+    benchmark::RegisterBenchmark("forward_kinematics_e_pirra_2", BM_family_e, ROBOT_PIRRA_2,
+                                 forward_kinematics_e_pirra_2);
+    benchmark::RegisterBenchmark("forward_kinematics_e_pirra_3", BM_family_e, ROBOT_PIRRA_3,
+                                 forward_kinematics_e_pirra_3);
+    benchmark::RegisterBenchmark("forward_kinematics_e_lumo", BM_family_e, ROBOT_LUMO_A,
+                                 forward_kinematics_e_lumo);
+    benchmark::RegisterBenchmark("forward_kinematics_e_taldo", BM_family_e, ROBOT_TALDO,
+                                 forward_kinematics_e_taldo);
+    for (const uint32_t type : {ROBOT_VESK, ROBOT_QUELL}) {
+        const std::string name = type == ROBOT_VESK ? "vesk" : "quell";
+        benchmark::RegisterBenchmark(("forward_kinematics_frames/" + name).c_str(),
+                                     BM_forward_kinematics_frames, type);
+        benchmark::RegisterBenchmark(("kin_universal_Twt/" + name).c_str(), BM_kin_universal_Twt,
+                                     type);
+    }
+    return true;
+}();
+
+}  // namespace
