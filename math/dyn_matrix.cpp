@@ -215,7 +215,7 @@ DynMatrix *readDynMatrix(const char *path, int rows, int cols) {
     std::FILE *file = std::fopen(path, "r");
     if (file == nullptr) {
         std::fprintf(stderr, "Error: Cannot open %s\n", path);
-        return nullptr;
+        return nullptr;  // no stream, so nothing to close
     }
     Owned m(make(rows, cols));
     if (!m) {
