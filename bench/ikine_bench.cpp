@@ -1,0 +1,69 @@
+// Six-axis inverse kinematics through inverse_kinematics, on the forward poses
+// of the 10,000 prepared joint vectors of each model (bench_common.hpp), with
+// the generating joints as current joints. Compare ik/vesk with kdl_fk/vesk of
+// the same run (fk_bench.cpp).
+#include <benchmark/benchmark.h>
+
+#include "bench_common.hpp"
+
+namespace {
+
+using namespace tova_bench;
+
+struct Case {
+    std::vector<Pose> poses;
+};
+
+const Case &poses_of(uint32_t type) {
+    static std::map<uint32_t, Case> cache;
+    auto it = cache.find(type);
+    if (it != cache.end()) return it->second;
+    const auto &q = joint_samples(type);
+    select_model(type);
+    Case c;
+    c.poses.resize(q.size());
+    for (size_t i = 0; i < q.size(); ++i) forward_kinematics(&c.poses[i], q[i].data());
+    return cache.emplace(type, std::move(c)).first->second;
+}
+
+void BM_inverse_kinematics(benchmark::State &state, uint32_t type, uint8_t is_euler) {
+    const auto &q = joint_samples(type);
+    const auto &poses = poses_of(type).poses;
+    select_model(type);
+    float out[8];
+    size_t i = 0, solved = 0, calls = 0;
+    for (auto _ : state) {
+        const int32_t rc = inverse_kinematics(q[i].data(), &poses[i], out, is_euler);
+        benchmark::DoNotOptimize(out);
+        solved += rc == 0;
+        ++calls;
+        if (++i == q.size()) i = 0;
+    }
+    state.counters["solved"] = calls ? static_cast<double>(solved) / calls : 0.0;
+}
+
+void BM_plugin_vesk(benchmark::State &state) {
+    const auto &q = joint_samples(ROBOT_VESK);
+    select_model(ROBOT_VESK);
+    std::vector<Matrix> targets(q.size());
+    for (size_t n = 0; n < q.size(); ++n) forward_kinematics_e(&targets[n], q[n].data());
+    float out[8];
+    size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(plugin_inverse_kinematics_vesk(&targets[i], q[i].data(), out));
+        if (++i == q.size()) i = 0;
+    }
+}
+
+const bool registered = [] {
+    const Model models[] = {{ROBOT_VESK, "vesk"}, {ROBOT_PIRRA_2, "pirra_2"}, {ROBOT_PIRRA_3, "pirra_3"},
+                            {ROBOT_LUMO_A, "lumo"}};
+    for (const Model &m : models)
+        benchmark::RegisterBenchmark((std::string("ik/") + m.name).c_str(), BM_inverse_kinematics, m.type,
+                                     uint8_t{0});
+    benchmark::RegisterBenchmark("ik_euler/vesk", BM_inverse_kinematics, ROBOT_VESK, uint8_t{1});
+    benchmark::RegisterBenchmark("ik_plugin/vesk", BM_plugin_vesk);
+    return true;
+}();
+
+}  // namespace
