@@ -13,7 +13,7 @@ namespace {
 
 using ref::M4;
 
-constexpr int kSamples = 1000;     // joint vectors per model and frame
+constexpr int kSamples = 500;      // joint vectors per model and frame
 constexpr double kStep = 1e-6;     // central-difference step, rad
 constexpr double kTol = 4e-5;      // f32 chain of up to seven links, metres and radians
 

@@ -69,16 +69,22 @@ inline Arm current_arm(bool modified) {
     return arm;
 }
 
+// Link transform of one DH row in double, written out as the textbook matrix
+// of the product of elementary motions:
+// modified  RotX(alpha) TransX(a) RotZ(theta) TransZ(d),
+// standard  RotZ(theta) TransZ(d) TransX(a) RotX(alpha).
+inline M4 link(bool modified, double th, double d, double a, double al) {
+    const double ct = std::cos(th), st = std::sin(th), ca = std::cos(al), sa = std::sin(al);
+    if (modified)
+        return M4{{{ct, -st, 0, a}, {st * ca, ct * ca, -sa, -sa * d}, {st * sa, ct * sa, ca, ca * d}, {0, 0, 0, 1}}};
+    return M4{{{ct, -st * ca, st * sa, a * ct}, {st, ct * ca, -ct * sa, a * st}, {0, sa, ca, d}, {0, 0, 0, 1}}};
+}
+
 // Base-to-flange chain for machine angles q (offsets added); `upto` links.
 inline M4 chain(const Arm &arm, const double *q, int upto) {
     M4 A = eye();
-    for (int i = 0; i < upto; ++i) {
-        const double th = q[i] + arm.dh.offset[i];
-        const double d = arm.dh.d[i], a = arm.dh.a[i], al = arm.dh.alpha[i];
-        const M4 L = arm.modified ? mul(mul(rot_x(al), trans(a, 0, 0)), mul(rot_z(th), trans(0, 0, d)))
-                                  : mul(mul(rot_z(th), trans(0, 0, d)), mul(trans(a, 0, 0), rot_x(al)));
-        A = mul(A, L);
-    }
+    for (int i = 0; i < upto; ++i)
+        A = mul(A, link(arm.modified, q[i] + arm.dh.offset[i], arm.dh.d[i], arm.dh.a[i], arm.dh.alpha[i]));
     return A;
 }
 
