@@ -150,7 +150,9 @@ constexpr double kWeight[kJoints] = {2.4, 2.4, 2.4, 1.0, 1.0, 1.0, 1.0};
 // false when no turn of th lies inside; *out is then the nearest turn and
 // *outside how far it lies beyond the range.
 inline bool map_into_range(double th, double cur, double lo, double hi, double* out, double* outside) {
-    double r = th + kTwoPi * std::nearbyint((cur - th) / kTwoPi);
+    double r = th;
+    const double d = th - cur;
+    if (d > kPi || d < -kPi) r -= kTwoPi * std::nearbyint(d / kTwoPi);
     if (r > hi) r -= kTwoPi * std::ceil((r - hi) / kTwoPi);
     if (r < lo) r += kTwoPi * std::ceil((lo - r) / kTwoPi);
     *out = r;
@@ -158,7 +160,8 @@ inline bool map_into_range(double th, double cur, double lo, double hi, double* 
         *outside = 0.0;
         return true;
     }
-    *outside = std::fmin(r - hi, lo - (r - kTwoPi));  // the range lies between two turns
+    const double below = lo - (r - kTwoPi);  // the range lies between two turns
+    *outside = r - hi < below ? r - hi : below;
     return false;
 }
 
@@ -205,7 +208,7 @@ inline void score(const double raw[kJoints], const double cur[kJoints], const Jo
     for (int i = 0; i < kJoints; ++i) {
         double r, outside;
         if (map_into_range(raw[i], cur[i], js.lo[i], js.hi[i], &r, &outside)) {
-            const double m = std::fmin(r - js.lo[i], js.hi[i] - r);
+            const double m = r - js.lo[i] < js.hi[i] - r ? r - js.lo[i] : js.hi[i] - r;
             if (m < margin) margin = m;
         } else {
             ok = false;

@@ -33,10 +33,21 @@ Rigid quell_forward(const QuellGeometry& g, const double th[kJoints]) {
     const double d[kJoints] = {g.d_bs, 0.0, g.d_se, 0.0, g.d_ew, 0.0, g.d_wf};
     Rigid T{identity3(), {0, 0, 0}};
     for (int i = 0; i < kJoints; ++i) {
-        // Rz(th) Tz(d) Rx(alpha)
-        const M3 Rz = rot_z(th[i]);
+        // Rz(th) Tz(d) Rx(alpha), alpha = -90, 90, ... , 0 degrees: the new
+        // columns are (c X + s Y, -+Z... ) written out per twist.
+        const double c = std::cos(th[i]), s = std::sin(th[i]);
         T.p = T.p + d[i] * col(T.R, 2);
-        T.R = mul(mul(T.R, Rz), rot_x(kAlpha[i]));
+        const V3 X = col(T.R, 0), Y = col(T.R, 1), Z = col(T.R, 2);
+        const V3 nx = c * X + s * Y, ny = -s * X + c * Y;
+        V3 cy = ny, cz = Z;
+        if (kAlpha[i] > 0.0) {  // Rx(90): y' = z, z' = -y
+            cy = Z;
+            cz = -1.0 * ny;
+        } else if (kAlpha[i] < 0.0) {  // Rx(-90): y' = -z, z' = y
+            cy = -1.0 * Z;
+            cz = ny;
+        }
+        T.R = {{{nx.x, cy.x, cz.x}, {nx.y, cy.y, cz.y}, {nx.z, cy.z, cz.z}}};
     }
     return T;
 }
@@ -81,7 +92,8 @@ int32_t QuellArm::setup(const QuellGeometry& g, const Rigid& flange, const doubl
         e.Bs = scaled(mul(U2, ref), -1.0);
         e.Cs = mul(uut, ref);
         // R47 = R34^T R03^T R with R34 = Rz(th4) Rx(90).
-        const M3 R34t = transpose(mul(rot_z(e.th4), rot_x(kPi / 2)));
+        const double c4 = std::cos(e.th4), s4 = std::sin(e.th4);
+        const M3 R34t{{{c4, s4, 0.0}, {0.0, 0.0, 1.0}, {s4, -c4, 0.0}}};  // (Rz(th4) Rx(90))^T
         e.Aw = mul(mul(R34t, transpose(e.As)), flange.R);
         e.Bw = mul(mul(R34t, transpose(e.Bs)), flange.R);
         e.Cw = mul(mul(R34t, transpose(e.Cs)), flange.R);
@@ -167,7 +179,7 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
     Candidate best{};
     double best_cost = kHuge;
     auto offer_cost = [&](const Candidate& c) { Search<QuellArm>::offer(c, Objective::kCost, &best, &best_cost); };
-    constexpr double kTolNarrow = 1e-7, kTolWide = 1e-6;
+    constexpr double kTolNarrow = 1e-10, kTolWide = 1e-8;
     Span spans[kMaxSpans];
     int n_spans = 0;
 

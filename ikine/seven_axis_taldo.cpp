@@ -12,6 +12,8 @@ constexpr double kAlpha[kJoints] = {0.0, -kPi / 2, kPi / 2, kPi / 2, -kPi / 2, k
 constexpr double kElbowTol = 1e-8;
 constexpr double kWristTol = 1e-8;
 constexpr double kSingular = 1e-10;
+// Residual (m) accepted where a degenerate case leaves a joint free.
+constexpr double kDegenerateTol = 1e-9;
 
 // Sampling steps of the wide search over joint 7, rad: the cost sampling,
 // and the limit-margin climb that runs when no sample was feasible.
@@ -85,9 +87,12 @@ unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]
             if (!(std::fabs(s5) <= 1.0 + kWristTol)) continue;
             s5 = std::fmax(-1.0, std::fmin(1.0, s5));
         } else {
-            s5 = std::sin(cur_[4]);  // shoulder point on axis 5: joint 5 is free
+            // Shoulder point on axis 5: joint 5 is free if the point also
+            // lies in the plane of the wrist, else there is no solution.
+            if (!(std::fabs(p6.z) <= kDegenerateTol)) continue;
+            s5 = std::sin(cur_[4]);
         }
-        const double th5a = std::asin(s5), c5a = std::sqrt(1.0 - s5 * s5);
+        const double th5a = std::asin(s5), c5a = std::sqrt((1.0 - s5) * (1.0 + s5));
         // P4 = Rz(-th4) Rx(-90), shared by both wrist branches; row-major.
         const double P4[3][3] = {{c4, 0.0, s4}, {-s4, 0.0, c4}, {0.0, -1.0, 0.0}};
         for (int wi = 0; wi < 2; ++wi) {
@@ -109,6 +114,9 @@ unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]
                     s6 = std::sin(th6);
                 }
             } else {
+                // Shoulder point on axis 6: joint 6 is free if the arm reaches
+                // it there, else there is no solution.
+                if (!(std::hypot(c5 * u4, v4) <= kDegenerateTol)) continue;
                 th6 = cur_[5];
                 c6 = std::cos(th6);
                 s6 = std::sin(th6);
@@ -236,7 +244,7 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     const Search<TaldoArm> search(arm, js, cur);
     Candidate best{};
     double best_cost = kHuge;
-    constexpr double kTolNarrow = 1e-7, kTolWide = 1e-6;
+    constexpr double kTolNarrow = 1e-10, kTolWide = 1e-8;
     const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
     int n_spans = 0;
     double step, tol;

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 
 #include "config/libalgo_interface.h"
@@ -65,8 +67,9 @@ protected:
 };
 
 // With installation, tool and work frames set, inverse_kinematics undoes
-// forward_kinematics: narrow from the generating joints returns them, wide
-// from anywhere returns a pose match.
+// forward_kinematics: narrow from the generating joints returns them (also
+// from joints 1e-5 rad away, past the standing-target shortcut), wide from
+// random joints finds a pose match. TOVA_SEVEN_AXIS_ROUNDTRIPS sets the count.
 TEST_P(SevenAxisApi, RoundTripThroughFrames) {
     const float install[3] = {0.3f, -0.2f, 0.5f};
     const float tool[6] = {0.01f, -0.02f, 0.12f, 0.1f, -0.2f, 0.3f};
@@ -74,29 +77,61 @@ TEST_P(SevenAxisApi, RoundTripThroughFrames) {
     libalgo_set_robot_install_angle(install);
     libalgo_set_tool_cs_params(tool);
     libalgo_set_work_cs_params(work);
+    const char* env = std::getenv("TOVA_SEVEN_AXIS_ROUNDTRIPS");
+    const int count = env ? std::atoi(env) : 200;
     std::mt19937 rng(21);
-    for (int n = 0; n < 200; ++n) {
+    std::uniform_real_distribution<float> nudge(-1e-5f, 1e-5f);
+    int wide_fail = 0, wide_off = 0, narrow_fail = 0, narrow_off = 0, nudged_off = 0, outside = 0;
+    double wide_dp = 0, wide_da = 0, narrow_dev = 0, nudged_dev = 0;
+    for (int n = 0; n < count; ++n) {
         float q[8], cur[8], out[8];
         random_q(rng, q);
         Pose pose, back;
         forward_kinematics(&pose, q);
         ikine_set_7dof_solver_search_strategy(1);
-        ASSERT_EQ(inverse_kinematics(q, &pose, out, 0), 0) << "sample " << n;
-        for (int i = 0; i < 7; ++i) EXPECT_NEAR(out[i], q[i], 1e-4) << "joint " << i;
-        EXPECT_EQ(joint_overspeed_judgment(q, out, 1.0f), 0);
+        double dev = 0;
+        if (inverse_kinematics(q, &pose, out, 0) != 0) {
+            ++narrow_fail;
+        } else {
+            for (int i = 0; i < 7; ++i) dev = std::fmax(dev, std::fabs(out[i] - q[i]));
+            narrow_dev = std::fmax(narrow_dev, dev);
+            narrow_off += dev > 1e-4;
+        }
+        for (int i = 0; i < 7; ++i) cur[i] = q[i] + nudge(rng);
+        cur[7] = 0.0f;
+        if (inverse_kinematics(cur, &pose, out, 0) != 0) {
+            ++narrow_fail;
+        } else {
+            dev = 0;
+            for (int i = 0; i < 7; ++i) dev = std::fmax(dev, std::fabs(out[i] - q[i]));
+            nudged_dev = std::fmax(nudged_dev, dev);
+            nudged_off += dev > 1e-4;
+        }
 
         random_q(rng, cur);
         ikine_set_7dof_solver_search_strategy(0);
-        ASSERT_EQ(inverse_kinematics(cur, &pose, out, 0), 0) << "sample " << n;
+        if (inverse_kinematics(cur, &pose, out, 0) != 0) {
+            ++wide_fail;
+            continue;
+        }
         forward_kinematics(&back, out);
         double angle;
-        EXPECT_LT(pose_distance(pose, back, &angle), 1e-5);
-        EXPECT_LT(angle, 1e-5);
-        for (int i = 0; i < 7; ++i) {
-            EXPECT_GE(out[i], m_.lo[i]);
-            EXPECT_LE(out[i], m_.hi[i]);
-        }
+        const double dp = pose_distance(pose, back, &angle);
+        wide_dp = std::fmax(wide_dp, dp);
+        wide_da = std::fmax(wide_da, angle);
+        wide_off += dp > 1e-5 || angle > 1e-5;
+        for (int i = 0; i < 7; ++i) outside += out[i] < m_.lo[i] || out[i] > m_.hi[i];
     }
+    std::printf("[ round trips ] %d: wide failed %d, off %d (max %.2e m, %.2e rad); narrow failed %d, "
+                "off 1e-4 %d (max %.2e), from 1e-5 away off %d (max %.2e); outside limits %d\n",
+                count, wide_fail, wide_off, wide_dp, wide_da, narrow_fail, narrow_off, narrow_dev, nudged_off,
+                nudged_dev, outside);
+    EXPECT_EQ(wide_fail, 0);
+    EXPECT_EQ(wide_off, 0);
+    EXPECT_EQ(narrow_fail, 0);
+    EXPECT_EQ(narrow_off, 0);
+    EXPECT_LT(nudged_dev, 1e-3);  // near singular configurations float rounding alone moves joints ~1e-4
+    EXPECT_EQ(outside, 0);
 }
 
 // ikine resets the frames and passes the flange pose; solve_mode 1 is wide.
