@@ -35,89 +35,56 @@ TEST(LinkTransforms, MatchElementaryProducts) {
     }
 }
 
-TEST(LinkTransforms, TwistsNearRightAnglesSnapToExactValues) {
-    struct Case {
-        float alpha, s, c;
-    };
-    const Case cases[] = {
-        {0.0f, 0.0f, 1.0f},           {9e-6f, 0.0f, 1.0f},          {-9e-6f, 0.0f, 1.0f},
-        {1.5707964f, 1.0f, 0.0f},     {1.5708054f, 1.0f, 0.0f},     {1.5707874f, 1.0f, 0.0f},
-        {-1.5707964f, -1.0f, 0.0f},   {-1.5708054f, -1.0f, 0.0f},   {3.1415927f, 0.0f, -1.0f},
-        {3.1416016f, 0.0f, -1.0f},    {-3.1415927f, 0.0f, -1.0f},   {-3.1415837f, 0.0f, -1.0f},
-    };
+// Within 1e-5 (strictly) of 0, +-pi/2, +-pi the twist's sine and cosine are
+// exact; an index outside the table gives the identity.
+TEST(LinkTransforms, TwistSnappingAndIndexRange) {
+    const struct { float alpha, s, c; } cases[] = {
+        {0.0f, 0.0f, 1.0f},          {9e-6f, 0.0f, 1.0f},         {-9e-6f, 0.0f, 1.0f},
+        {1.5707964f, 1.0f, 0.0f},    {1.5708054f, 1.0f, 0.0f},    {1.5707874f, 1.0f, 0.0f},
+        {-1.5707964f, -1.0f, 0.0f},  {-1.5708054f, -1.0f, 0.0f},  {3.1415927f, 0.0f, -1.0f},
+        {3.1416016f, 0.0f, -1.0f},   {-3.1415927f, 0.0f, -1.0f},  {-3.1415837f, 0.0f, -1.0f}};
     const float q[8] = {0.7f};
-    for (const Case &k : cases) {
-        DhTable dh{};
+    DhTable dh{};
+    dh.d[0] = 0.3f;
+    for (const auto &k : cases) {
         dh.alpha[0] = k.alpha;
-        dh.d[0] = 0.3f;
-        const Matrix m = kin_get_MDH_Ti(0, &dh, q);
-        EXPECT_EQ(m.data[1][2], -k.s) << k.alpha;
-        EXPECT_EQ(m.data[2][2], k.c) << k.alpha;
-        const Matrix s = kin_get_SDH_Ti(0, &dh, q);
-        EXPECT_EQ(s.data[2][1], k.s) << k.alpha;
-        EXPECT_EQ(s.data[2][2], k.c) << k.alpha;
+        const Matrix m = kin_get_MDH_Ti(0, &dh, q), s = kin_get_SDH_Ti(0, &dh, q);
+        EXPECT_TRUE(m.data[1][2] == -k.s && m.data[2][2] == k.c) << k.alpha;
+        EXPECT_TRUE(s.data[2][1] == k.s && s.data[2][2] == k.c) << k.alpha;
     }
-    // Beyond the band the twist is evaluated (1.5708164 is 2e-5 away).
-    DhTable dh{};
-    dh.alpha[0] = 1.5708164f;
-    const Matrix m = kin_get_MDH_Ti(0, &dh, q);
-    EXPECT_EQ(m.data[2][2], static_cast<float>(std::cos(1.5708164f)));
-    EXPECT_NE(m.data[2][2], 0.0f);
-}
-
-TEST(LinkTransforms, IndexOutsideTableGivesIdentity) {
-    DhTable dh{};
-    const float q[8] = {};
+    dh.alpha[0] = 1.5708164f;  // 2e-5 away: evaluated
+    EXPECT_EQ(kin_get_MDH_Ti(0, &dh, q).data[2][2], static_cast<float>(std::cos(1.5708164f)));
     for (int32_t i : {-1, 8, 1000}) {
-        const Matrix m = kin_get_MDH_Ti(i, &dh, q);
-        const Matrix s = kin_get_SDH_Ti(i, &dh, q);
-        const Matrix id = unit_matrix(4);
-        EXPECT_TRUE(same_bits(m, id));
-        EXPECT_TRUE(same_bits(s, id));
+        EXPECT_TRUE(same_bits(kin_get_MDH_Ti(i, &dh, q), unit_matrix(4)));
+        EXPECT_TRUE(same_bits(kin_get_SDH_Ti(i, &dh, q), unit_matrix(4)));
     }
 }
 
-class UniversalChain : public ::testing::Test {
-  protected:
-    void set_frames() {
-        const float tool[6] = {0.02f, 0.0f, 0.12f, 0.0f, 0.3f, 0.1f};
-        const float work[6] = {-0.3f, 0.4f, 0.05f, 0.1f, -0.2f, 0.6f};
-        const float inst[3] = {0.0f, 0.4f, -0.2f};
-        libalgo_set_tool_cs_params(tool);
-        libalgo_set_work_cs_params(work);
-        libalgo_set_robot_install_angle(inst);
-    }
-    static Matrix chain_frame(const std::vector<float> &q, const char *frame) {
-        return kin_universal_kinematics_Tn(q.data(), "machine", frame);
-    }
-    // A := identity, A := A * T_i with the exported link transforms.
-    static Matrix product_of_links(const std::vector<float> &q, int count, bool modified,
-                                   bool add_offsets) {
-        DhTable dh;
-        libalgo_get_dh_value(&dh);
-        float qm[8];
-        for (int i = 0; i < 8; ++i) qm[i] = add_offsets ? q[i] + dh.offset[i] : q[i];
-        Matrix A = unit_matrix(4);
-        for (int i = 0; i < count; ++i) {
-            const Matrix Ti = modified ? kin_get_MDH_Ti(i, &dh, qm) : kin_get_SDH_Ti(i, &dh, qm);
-            A = matrix_m(&A, &Ti);
-        }
-        return A;
-    }
-};
+Matrix frame_of(const std::vector<float> &q, const char *frame, const char *mode = "machine") {
+    return kin_universal_kinematics_Tn(q.data(), mode, frame);
+}
 
-TEST_F(UniversalChain, ConventionFollowsJointCountAndTaldo) {
+// A := identity, A := A * T_i over the first `count` exported link transforms.
+Matrix product_of_links(const std::vector<float> &q, int count, bool modified, bool add_offsets) {
+    DhTable dh;
+    libalgo_get_dh_value(&dh);
+    float qm[8];
+    for (int i = 0; i < 8; ++i) qm[i] = add_offsets ? q[i] + dh.offset[i] : q[i];
+    Matrix A = unit_matrix(4);
+    for (int i = 0; i < count; ++i) {
+        const Matrix Ti = modified ? kin_get_MDH_Ti(i, &dh, qm) : kin_get_SDH_Ti(i, &dh, qm);
+        A = matrix_m(&A, &Ti);
+    }
+    return A;
+}
+
+TEST(UniversalChain, ConventionFollowsJointCountAndTaldo) {
     EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_QUELL, 6));
     EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_TALDO, 7));
     EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_QUELL, 7));
-    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_GENERIC_7, 7));
     EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_VESK, 5));
-
-    const struct {
-        uint32_t type;
-        bool modified;
-    } cases[] = {{ROBOT_VESK, true}, {ROBOT_QUELL, false}, {ROBOT_TALDO, true},
-                 {ROBOT_LUMO_B, true}, {ROBOT_GENERIC_7, false}};
+    const struct { uint32_t type; bool modified; } cases[] = {
+        {ROBOT_VESK, true}, {ROBOT_QUELL, false}, {ROBOT_TALDO, true}, {ROBOT_GENERIC_7, false}};
     for (const auto &k : cases) {
         select(k.type, 0);
         if (k.type == ROBOT_GENERIC_7) {  // give the blank arm a geometry
@@ -133,18 +100,15 @@ TEST_F(UniversalChain, ConventionFollowsJointCountAndTaldo) {
         JointSampler sampler(k.type);
         for (int n = 0; n < 50; ++n) {
             const auto q = sampler.next();
-            const Matrix expect = product_of_links(q, sampler.dof(), k.modified, true);
-            EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "machine", "T0n"), expect))
-                << k.type;
+            EXPECT_TRUE(same_bits(frame_of(q, "T0n"), product_of_links(q, sampler.dof(), k.modified, true)));
         }
     }
 }
 
-TEST_F(UniversalChain, ModelingModeIgnoresOffsets) {
+TEST(UniversalChain, ModelingModeIgnoresOffsets) {
     EXPECT_TRUE(tova::universal_is_modeling_mode("modeling"));
-    EXPECT_FALSE(tova::universal_is_modeling_mode("modeling "));
-    EXPECT_FALSE(tova::universal_is_modeling_mode("Modeling"));
-    EXPECT_FALSE(tova::universal_is_modeling_mode("machine"));
+    for (const char *other : {"modeling ", "Modeling", "model", "machine"})
+        EXPECT_FALSE(tova::universal_is_modeling_mode(other));
     select(ROBOT_PIRRA_2, 1);  // non-zero offsets
     DhTable dh;
     libalgo_get_dh_value(&dh);
@@ -153,65 +117,61 @@ TEST_F(UniversalChain, ModelingModeIgnoresOffsets) {
         const auto q = sampler.next();
         std::vector<float> qm(8);
         for (int i = 0; i < 8; ++i) qm[i] = q[i] + dh.offset[i];
-        const Matrix machine = kin_universal_kinematics_Tn(q.data(), "machine", "T0n");
-        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(qm.data(), "modeling", "T0n"), machine));
-        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "anything", "T0n"), machine));
-        EXPECT_TRUE(same_bits(kin_universal_kinematics_Tn(q.data(), "modeling", "T0n"),
-                              product_of_links(q, 6, true, false)));
+        const Matrix machine = frame_of(q, "T0n");
+        EXPECT_TRUE(same_bits(frame_of(qm, "T0n", "modeling"), machine));
+        EXPECT_TRUE(same_bits(frame_of(q, "T0n", "anything"), machine));
+        EXPECT_TRUE(same_bits(frame_of(q, "T0n", "modeling"), product_of_links(q, 6, true, false)));
     }
 }
 
-TEST_F(UniversalChain, SelectorsComposeFramesInOrder) {
+TEST(UniversalChain, SelectorsComposeFramesInOrder) {
     select(ROBOT_TALDO, 0);
-    set_frames();
+    const float tool_p[6] = {0.02f, 0.0f, 0.12f, 0.0f, 0.3f, 0.1f};
+    const float work_p[6] = {-0.3f, 0.4f, 0.05f, 0.1f, -0.2f, 0.6f};
+    const float inst_p[3] = {0.0f, 0.4f, -0.2f};
+    libalgo_set_tool_cs_params(tool_p);
+    libalgo_set_work_cs_params(work_p);
+    libalgo_set_robot_install_angle(inst_p);
     Matrix tool, work, inst;
     libalgo_get_tool_cs_matrix(&tool);
     libalgo_get_work_cs_to_base_matrix(&work);
     libalgo_get_robot_install_angle_matrix(&inst);
+    const Matrix WI = matrix_m(&work, &inst);
     JointSampler sampler(6);
     for (int n = 0; n < 100; ++n) {
         const auto q = sampler.next();
-        const Matrix A = chain_frame(q, "T0n");
-        const Matrix At = matrix_m(&A, &tool);
-        const Matrix IA = matrix_m(&inst, &A);
-        const Matrix IAt = matrix_m(&inst, &At);
-        EXPECT_TRUE(same_bits(chain_frame(q, "T0t"), At));
-        EXPECT_TRUE(same_bits(chain_frame(q, "Tbn"), IA));
-        EXPECT_TRUE(same_bits(chain_frame(q, "Tbt"), IAt));
-        EXPECT_TRUE(same_bits(chain_frame(q, "Twn"), matrix_m(&work, &IA)));
-        EXPECT_TRUE(same_bits(chain_frame(q, "Twt"), matrix_m(&work, &IAt)));
-        // Anything else: Work * Inst, whatever the joints.
-        const Matrix WI = matrix_m(&work, &inst);
-        for (const char *other : {"", "T0N", "t0n", "T0n ", "T07"})
-            EXPECT_TRUE(same_bits(chain_frame(q, other), WI)) << other;
+        const Matrix A = frame_of(q, "T0n");
+        const Matrix At = matrix_m(&A, &tool), IA = matrix_m(&inst, &A), IAt = matrix_m(&inst, &At);
+        EXPECT_TRUE(same_bits(frame_of(q, "T0t"), At));
+        EXPECT_TRUE(same_bits(frame_of(q, "Tbn"), IA));
+        EXPECT_TRUE(same_bits(frame_of(q, "Tbt"), IAt));
+        EXPECT_TRUE(same_bits(frame_of(q, "Twn"), matrix_m(&work, &IA)));
+        EXPECT_TRUE(same_bits(frame_of(q, "Twt"), matrix_m(&work, &IAt)));
+        for (const char *other : {"", "T0N", "t0n", "T0n ", "T07"})  // Work * Inst, whatever q
+            EXPECT_TRUE(same_bits(frame_of(q, other), WI)) << other;
     }
 }
 
-TEST_F(UniversalChain, StaticsRefreshOnlyAsFarAsTheChainReaches) {
+TEST(UniversalChain, StaticsRefreshOnlyAsFarAsTheChainReaches) {
     select(ROBOT_QUELL, 2);
-    JointSampler seven(8);
-    const auto q7 = seven.next();
-    chain_frame(q7, "Twt");  // any selector refreshes them
-    EXPECT_TRUE(same_bits(chain_frame(q7, "T02"), product_of_links(q7, 2, false, true)));
-    EXPECT_TRUE(same_bits(chain_frame(q7, "T05"), product_of_links(q7, 5, false, true)));
-    EXPECT_TRUE(same_bits(chain_frame(q7, "T06"), product_of_links(q7, 6, false, true)));
+    const auto q7 = JointSampler(8).next();
+    frame_of(q7, "Twt");  // any selector refreshes them
+    EXPECT_TRUE(same_bits(frame_of(q7, "T02"), product_of_links(q7, 2, false, true)));
+    EXPECT_TRUE(same_bits(frame_of(q7, "T05"), product_of_links(q7, 5, false, true)));
+    EXPECT_TRUE(same_bits(frame_of(q7, "T06"), product_of_links(q7, 6, false, true)));
     EXPECT_TRUE(same_bits(tova::universal_T05(), product_of_links(q7, 5, false, true)));
 
     select(ROBOT_VESK, 0);
-    JointSampler six(9);
-    const auto q6 = six.next();
-    const Matrix flange = chain_frame(q6, "T0n");
-    EXPECT_TRUE(same_bits(tova::universal_T06(), flange));
+    const auto q6 = JointSampler(9).next();
+    EXPECT_TRUE(same_bits(tova::universal_T06(), frame_of(q6, "T0n")));
     EXPECT_TRUE(same_bits(tova::universal_T02(), product_of_links(q6, 2, true, true)));
     const Matrix t02 = tova::universal_T02(), t05 = tova::universal_T05(), t06 = tova::universal_T06();
-
-    // A refused selection leaves no joints: the chain is the identity and the
-    // statics keep the vesk products.
+    // A refused selection leaves no joints: identity chain, statics untouched.
     ASSERT_EQ(libalgo_set_robot_and_sensor_type(2, 0), -1);
-    EXPECT_TRUE(same_bits(chain_frame(q6, "T0n"), unit_matrix(4)));
-    EXPECT_TRUE(same_bits(chain_frame(q6, "T02"), t02));
-    EXPECT_TRUE(same_bits(chain_frame(q6, "T05"), t05));
-    EXPECT_TRUE(same_bits(chain_frame(q6, "T06"), t06));
+    EXPECT_TRUE(same_bits(frame_of(q6, "T0n"), unit_matrix(4)));
+    EXPECT_TRUE(same_bits(frame_of(q6, "T02"), t02));
+    EXPECT_TRUE(same_bits(frame_of(q6, "T05"), t05));
+    EXPECT_TRUE(same_bits(frame_of(q6, "T06"), t06));
 }
 
 }  // namespace
