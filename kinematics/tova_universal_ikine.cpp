@@ -9,6 +9,7 @@
 #include "config/libalgo_interface.h"
 #include "ikine/tova_ikine_utils.hpp"
 #include "kinematics/tova_universal_kin.h"
+#include "kinematics/universal_ikine_internal.hpp"
 #include "kinematics/universal_jacobian.hpp"
 #include "math/mat_gauss_jordan.hpp"
 
@@ -32,23 +33,35 @@ Matrix target_transform(const IkNumericalRequest &req, const char *format) {
     return pose_euler_to_transformation_matrix(pose);
 }
 
+// Frame of the pose error's position part. The specified solver keeps it in
+// work axes beside the flange-frame Jacobian; the tool-frame variant turns it
+// into tool axes and pairs it with the tool-frame Jacobian.
+enum class ErrorFrame { Work, Tool };
+
 // One start of the damped least-squares iteration from q (changed in place).
 // True when the pose error fell below the tolerance. The normal equations are
 // formed on small arrays with the rounding of the `mat` operations (float
 // products, float running sums from 0, k ascending) and inverted by the core of
 // mat_inv, so the iterates are those of the `mat` formulation without copying
 // 1.6 kB records around.
+template <ErrorFrame Frame>
 bool dls_start(float q[kMaxJoints], int n, const Matrix &Td, int32_t max_iterations,
                float tolerance) {
     for (int32_t k = 0; k < max_iterations; ++k) {
         const Matrix T = kin_universal_kinematics_Tn(q, "machine", "Twt");
         float e[6];
         angle_axis_diff(T, Td, e);
+        if constexpr (Frame == ErrorFrame::Tool) {
+            const float p[3] = {e[0], e[1], e[2]};
+            for (int i = 0; i < 3; ++i)
+                e[i] = T.data[0][i] * p[0] + T.data[1][i] * p[1] + T.data[2][i] * p[2];
+        }
         const float E =
             0.5f * (e[0] * e[0] + e[1] * e[1] + e[2] * e[2] + e[3] * e[3] + e[4] * e[4] + e[5] * e[5]);
         if (tolerance > E) return true;
         const float lambda = 0.1f * E;
-        const MatrixMore J = kin_calc_jacobe_Jn(q, "machine");
+        const MatrixMore J = Frame == ErrorFrame::Work ? kin_calc_jacobe_Jn(q, "machine")
+                                                       : kin_calc_jacobe_Jt(q, "machine");
 
         float H[kMaxJoints][kMaxJoints];  // J^T J + lambda I, inverted in place
         float g[kMaxJoints];
@@ -91,33 +104,26 @@ float normalise_output(float x, float lower, float upper) {
     return x;
 }
 
-}  // namespace
-
-}  // namespace tova
-
-extern "C" {
-
-int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *format,
-                                 float *q_out) {
-    using namespace tova;
+template <ErrorFrame Frame>
+int32_t solve(const IkNumericalRequest &request, const char *format, float *q_out) {
     const int32_t dof = libalgo_get_rbt_dof();
     const int n = dof < 0 ? 0 : (dof > kMaxJoints ? kMaxJoints : dof);
     float upper[8], lower[8];
     libalgo_get_jointlim_max(upper);
     libalgo_get_jointlim_min(lower);
-    const Matrix Td = target_transform(*request, format);
+    const Matrix Td = target_transform(request, format);
 
     float q[kMaxJoints];
-    std::memcpy(q, request->seed, sizeof q);
+    std::memcpy(q, request.seed, sizeof q);
     int32_t result = -1;
     for (int start = 1;; ++start) {
-        if (dls_start(q, n, Td, request->max_iterations, request->tolerance)) {
+        if (dls_start<Frame>(q, n, Td, request.max_iterations, request.tolerance)) {
             result = 0;
             break;
         }
         if (start == kLastStart) break;
         // Restart from the seed; start c lowers joint c/2 (1-based), none for c = 1.
-        std::memcpy(q, request->seed, sizeof q);
+        std::memcpy(q, request.seed, sizeof q);
         const int joint = start / 2 - 1;
         if (joint >= 0) q[joint] = q[joint] - kRestartStep;
     }
@@ -128,6 +134,22 @@ int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *
         if (x > upper[i] || lower[i] > x) result = -1;
     }
     return result;
+}
+
+}  // namespace
+
+int32_t ikine_numerical_solution_tool_frame(const IkNumericalRequest *request, const char *format,
+                                            float *q_out) {
+    return solve<ErrorFrame::Tool>(*request, format, q_out);
+}
+
+}  // namespace tova
+
+extern "C" {
+
+int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *format,
+                                 float *q_out) {
+    return tova::solve<tova::ErrorFrame::Work>(*request, format, q_out);
 }
 
 }  // extern "C"
