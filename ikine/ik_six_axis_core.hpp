@@ -27,6 +27,7 @@
 
 #include "config/libalgo_interface.h"
 #include "ikine/ik_batch_math.hpp"
+#include "kinematics/frame_product.hpp"
 #include "math/fixed_matrix.hpp"
 #include "math/pose_core.hpp"
 #include "math/tova_mathfuncs.h"
@@ -117,7 +118,7 @@ inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
     if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
     const Matrix target = transform_from_pose_quat(p);
     const Matrix work_inverse = inv_transform(s.Twork2base);
-    s.T_BT = transform_mul(work_inverse, target);
+    s.T_BT = mul_transforms(work_inverse, target);
 }
 
 // Per-call snapshot of the configuration the solvers read.
@@ -195,7 +196,7 @@ struct NoObserver {
 
 enum class VeskArm { vesk, pirra_2 };
 
-inline bool within(float v, float lo, float hi) { return lo <= v && v <= hi; }
+inline bool within(float v, float lo, float hi) { return (lo <= v) & (v <= hi); }
 // One turn toward [lo, hi]: up if below, else down if above.
 inline float toward(float v, float lo, float hi) {
     if (v < lo) return v + kTurn;
@@ -210,268 +211,71 @@ inline float near_ref(float v, float ref) {
     return v;
 }
 
-// Solves the target held in s.T_BT. Joint-6 bounds [j6_lower, j6_upper] are
-// the caller's (they differ between vesk, pirra_2 and the vesk plug-in);
-// `avoid` is the avoid-singularity flag.
+namespace portable {
+// The C library itself.
+template <int N>
+inline void atan2_n(const float *y, const float *x, float *out) {
+    for (int i = 0; i < N; ++i) out[i] = std::atan2(y[i], x[i]);
+}
+template <int N>
+inline void sincos_n(const float *x, float *s, float *c) {
+    for (int i = 0; i < N; ++i) {
+        s[i] = std::sin(x[i]);
+        c[i] = std::cos(x[i]);
+    }
+}
+#include "ikine/ik_vesk_scheme.inc"
+}  // namespace portable
+
+#if TOVA_IK_X86_KERNELS
+// The same body compiled for AVX2 and FMA, with the vector kernels inlined.
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
+#else
+#pragma GCC push_options
+#pragma GCC target("avx2,fma")
+#endif
+namespace avx2 {
+template <int N>  // N a multiple of 8
+inline void atan2_n(const float *y, const float *x, float *out) {
+    for (int b = 0; b < N; b += 8) {
+        __m256i redo;
+        _mm256_storeu_ps(out + b, batch_detail::atan2f8(_mm256_loadu_ps(y + b), _mm256_loadu_ps(x + b), redo));
+        if (const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo)))
+            for (int i = 0; i < 8; ++i)
+                if (mask & (1 << i)) out[b + i] = std::atan2(y[b + i], x[b + i]);
+    }
+}
+template <int N>  // N a multiple of 4
+inline void sincos_n(const float *x, float *s, float *c) {
+    for (int b = 0; b < N; b += 4) {
+        __m128 sv, cv;
+        __m128i redo;
+        batch_detail::sincosf4(_mm_loadu_ps(x + b), sv, cv, redo);
+        _mm_storeu_ps(s + b, sv);
+        _mm_storeu_ps(c + b, cv);
+        if (const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo)))
+            for (int i = 0; i < 4; ++i)
+                if (mask & (1 << i)) s[b + i] = std::sin(x[b + i]), c[b + i] = std::cos(x[b + i]);
+    }
+}
+#include "ikine/ik_vesk_scheme.inc"
+}  // namespace avx2
+#if defined(__clang__)
+#pragma clang attribute pop
+#else
+#pragma GCC pop_options
+#endif
+#endif
+
+// The vesk scheme on the instruction set in use (results identical on all).
 template <class Observer = NoObserver>
 int32_t solve_vesk_scheme(SixAxisState &s, VeskArm arm_kind, float j6_lower, float j6_upper,
                           uint32_t avoid, const float *q, float *q_out, Observer &&obs = Observer{}) {
-    const DhTable &dh = s.robot_dh;
-    const float *o = dh.offset;
-    const float d1 = dh.d[0], d4 = dh.d[3], d6 = dh.d[5];
-    const float a1 = dh.a[1], a2 = dh.a[2], a3 = dh.a[3];
-    const bool pirra = arm_kind == VeskArm::pirra_2;
-
-    // Step 1: candidate bounds.
-    for (int j = 0; j < 5; ++j) {
-        s.theta_u[j] = s.joint_max_limit[j];
-        s.theta_l[j] = s.joint_min_limit[j];
-    }
-    s.theta_u[5] = j6_upper;
-    s.theta_l[5] = j6_lower;
-
-    // Step 2: shoulder frame (installation rotation, translation d1 along its
-    // z axis) and wrist-to-flange offset.
-    s.T_BS = s.T_base;
-    s.T_BS.data[0][3] = d1 * s.T_base.data[0][2];
-    s.T_BS.data[1][3] = d1 * s.T_base.data[1][2];
-    s.T_BS.data[2][3] = d1 * s.T_base.data[2][2];
-    s.T_WE = fm_identity<Matrix>(4);
-    s.T_WE.data[2][3] = -d6;
-
-    // Step 3: wrist centre in the shoulder frame.
-    const Matrix shoulder_inverse = inv_transform(s.T_BS);
-    const Matrix tool_inverse = inv_transform(s.Ttool_frame);
-    const Matrix flange = transform_mul(s.T_BT, tool_inverse);
-    s.T_SW = transform_mul(transform_mul(shoulder_inverse, flange), s.T_WE);
-    load_noa(s, s.T_SW);
-
-    // Step 4: current joints in solver space.
-    for (int j = 0; j < 5; ++j) s.thetaa[j] = q[j] + o[j];
-    const float q6 = q[5] + o[5];
-    s.Iconsult6a_0 = whole_turns(q6);
-    s.thetaa[5] = q6 - static_cast<float>(s.Iconsult6a_0) * kTurn;
-    s.theta46a = s.thetaa[3] + s.thetaa[5];
-
-    // Step 5: two shoulder values.
-    float th1[2];
-    if (std::fabs(s.px) < kShoulderAxisTol && std::fabs(s.py) < kShoulderAxisTol) {
-        th1[0] = th1[1] = s.thetaa[0];
-    } else {
-        const float heading = std::atan2(s.px, s.py);
-        th1[0] = toward(kQuarterTurn - heading, s.theta_l[0], s.theta_u[0]);
-        th1[1] = toward(-kQuarterTurn - heading, s.theta_l[0], s.theta_u[0]);
-    }
-    float s1[2], c1[2], r[2], k[2], root[2];
-    batch_sincosf(th1, s1, c1, 2);
-
-    // Step 6: elbow values, two per shoulder value; arm a uses shoulder a & 1,
-    // the + root for arms 0 and 1.
-    for (int sh = 0; sh < 2; ++sh) {
-        if (!pirra) {
-            r[sh] = c1[sh] * s.px + s1[sh] * s.py;
-            k[sh] = (r[sh] * r[sh] + s.pz * s.pz - d4 * d4 - a2 * a2) / (2.0f * d4 * a2);
-        } else {
-            r[sh] = c1[sh] * s.px + s1[sh] * s.py - a1;
-            // a length, not a cosine, yet clamped like the vesk term
-            k[sh] = (r[sh] * r[sh] + s.pz * s.pz - a2 * a2 - a3 * a3 - d4 * d4) / (2.0f * a2);
-        }
-        // One-sided on purpose: k below -1 (or k beyond the tolerance) gives
-        // a NaN root, and that arm fails every bound test below.
-        if (1.0f < k[sh] && k[sh] < kElbowTol) k[sh] = 1.0f;
-        root[sh] = pirra ? static_cast<float>(std::sqrt(static_cast<double>(d4 * d4 + a3 * a3 - k[sh] * k[sh])))
-                         : std::sqrt(1.0f - k[sh] * k[sh]);
-    }
-    float ey[5], ex[5], eth[5];
-    for (int a = 0; a < 4; ++a) {
-        ey[a] = k[a & 1];
-        ex[a] = a < 2 ? root[a & 1] : -root[a & 1];
-    }
-    ey[4] = a3;  // pirra_2: atan2(a3, -d4), the elbow offset angle
-    ex[4] = -d4;
-    batch_atan2f(ey, ex, eth, pirra ? 5 : 4);
-    int active[4], n_active = 0;
-    for (int a = 0; a < 4; ++a) {
-        const float t3 = pirra ? eth[4] - eth[a] : eth[a];
-        s.theta[0][a] = th1[a & 1];
-        s.k3[a] = k[a & 1];
-        s.theta[2][a] = toward(t3, s.theta_l[2], s.theta_u[2]);
-        if (within(s.theta[0][a], s.theta_l[0], s.theta_u[0]) &&
-            within(s.theta[2][a], s.theta_l[2], s.theta_u[2]))
-            active[n_active++] = a;
-    }
-
-    // Step 7: upper arm and wrist of the arms inside the joint 1 and 3 bounds,
-    // all of them together.
-    float t3v[4], s3[4], c3[4], uy[8], ux[8], ua[8], t23[4], s23[4], c23[4];
-    for (int i = 0; i < n_active; ++i) t3v[i] = s.theta[2][active[i]];
-    batch_sincosf(t3v, s3, c3, n_active);
-    for (int i = 0; i < n_active; ++i) {
-        const float rr = r[active[i] & 1];
-        if (!pirra) {
-            const float u = a2 * s3[i] + d4, w = a2 * c3[i];
-            const float len = std::sqrt(u * u + w * w);
-            uy[i] = s.pz / len;
-            ux[i] = rr / len;
-            uy[n_active + i] = u;
-            ux[n_active + i] = w;
-        } else {
-            uy[i] = rr;
-            ux[i] = s.pz;
-            uy[n_active + i] = a2 * c3[i] + a3;
-            ux[n_active + i] = a2 * s3[i] + d4;
-        }
-    }
-    batch_atan2f(uy, ux, ua, 2 * n_active);
-    for (int i = 0; i < n_active; ++i) {
-        t23[i] = pirra ? ua[i] - ua[n_active + i] : ua[i] + ua[n_active + i];
-        s.theta[1][active[i]] = toward(t23[i] - t3v[i], s.theta_l[1], s.theta_u[1]);
-    }
-    batch_sincosf(t23, s23, c23, n_active);
-
-    // Wrist: joints 4 and 6 of both choices (the second is the half-turn flip:
-    // both atan2 arguments negated), then joint 5 from each joint 4.
-    float wy[16], wx[16], wa[16], cs1[4], cc1[4], axy[4];
-    const int n = n_active;
-    for (int i = 0; i < n; ++i) {
-        const int sh = active[i] & 1;
-        cs1[i] = s1[sh];
-        cc1[i] = c1[sh];
-        axy[i] = cc1[i] * s.ax + cs1[i] * s.ay;
-        const float oxy = cc1[i] * s.ox + cs1[i] * s.oy;
-        const float nxy = cc1[i] * s.nx + cs1[i] * s.ny;
-        float y4, x4, y6, x6;
-        if (!pirra) {
-            y4 = cs1[i] * s.ax - cc1[i] * s.ay;
-            x4 = c23[i] * axy[i] + s23[i] * s.az;
-            y6 = s23[i] * oxy - c23[i] * s.oz;
-            x6 = c23[i] * s.nz - s23[i] * nxy;
-        } else {
-            y4 = cs1[i] * s.ax - cc1[i] * s.ay;
-            x4 = s23[i] * s.az - c23[i] * axy[i];
-            y6 = s23[i] * oxy + c23[i] * s.oz;
-            x6 = -(s23[i] * nxy) - c23[i] * s.nz;
-        }
-        wy[i] = y4; wx[i] = x4;
-        wy[n + i] = -y4; wx[n + i] = -x4;
-        wy[2 * n + i] = y6; wx[2 * n + i] = x6;
-        wy[3 * n + i] = -y6; wx[3 * n + i] = -x6;
-    }
-    batch_atan2f(wy, wx, wa, 4 * n);
-    float s4[8], c4[8], y5[8], x5[8], t5[8];
-    batch_sincosf(wa, s4, c4, 2 * n);
-    for (int i = 0; i < n; ++i) {
-        for (int w = 0; w < 2; ++w) {
-            const int l = w * n + i;
-            if (!pirra) {
-                y5[l] = s23[i] * c4[l] * s.az + (cc1[i] * c4[l] * c23[i] + cs1[i] * s4[l]) * s.ax +
-                        (cs1[i] * c4[l] * c23[i] - cc1[i] * s4[l]) * s.ay;
-                x5[l] = s23[i] * axy[i] - c23[i] * s.az;
-            } else {
-                y5[l] = s23[i] * c4[l] * s.az + (cs1[i] * s4[l] - cc1[i] * c4[l] * c23[i]) * s.ax -
-                        (cs1[i] * c4[l] * c23[i] + cc1[i] * s4[l]) * s.ay;
-                x5[l] = -(s23[i] * axy[i]) - c23[i] * s.az;
-                y5[l] = -y5[l];
-                x5[l] = -x5[l];
-            }
-        }
-    }
-    batch_atan2f(y5, x5, t5, 2 * n);
-    for (int i = 0; i < n; ++i) {
-        const int a = active[i];
-        for (int w = 0; w < 2; ++w) {
-            const int cand = a + 4 * w, l = w * n + i;
-            s.theta[0][cand] = s.theta[0][a];
-            s.theta[1][cand] = s.theta[1][a];
-            s.theta[2][cand] = s.theta[2][a];
-            s.theta[3][cand] = wa[l];
-            // pirra_2 builds the half-turn offset of joint 5 into its closed
-            // form: atan2 of the negated terms is the drive angle, and adding
-            // the offset keeps joint 5 within half a turn of it, where its
-            // modeling limits are (atan2 alone could never reach the upper
-            // half of them).
-            s.theta[4][cand] = pirra ? t5[l] + o[4] : t5[l];
-            s.theta[5][cand] = near_ref(wa[2 * n + l], s.thetaa[5]);
-        }
-    }
-
-    // Scoring in the order 1, 5, 2, 6, 3, 7, 4, 8; ties keep the earlier one.
-    for (int a = 0, next = 0; a < 4; ++a) {
-        const bool arm_ok = next < n && active[next] == a;
-        if (arm_ok) ++next;
-        for (int w = 0; w < 2; ++w) {
-            const int cand = a + 4 * w;
-            CandidateReport rep{};
-            if constexpr (std::decay_t<Observer>::active) {
-                rep.number = cand + 1;
-                rep.cost = NAN;
-                for (int j = 0; j < 6; ++j) rep.joints[j] = NAN;
-                rep.joints[0] = s.theta[0][a];
-                rep.joints[2] = s.theta[2][a];
-                if (arm_ok)
-                    for (int j = 0; j < 6; ++j) rep.joints[j] = s.theta[j][cand];
-            }
-            int failed = 0;
-            if (!arm_ok)
-                failed = within(s.theta[0][a], s.theta_l[0], s.theta_u[0]) ? 3 : 1;
-            else
-                for (int j : {1, 3, 4, 5})
-                    if (!within(s.theta[j][cand], s.theta_l[j], s.theta_u[j])) {
-                        failed = j + 1;
-                        break;
-                    }
-            if (failed == 0) {
-                float dq[6];
-                for (int j = 0; j < 6; ++j) dq[j] = s.theta[j][cand] - s.thetaa[j];
-                const float cost = 2.0f * (kArmWeight * (dq[0] * dq[0])) +
-                                   2.0f * (kArmWeight * (dq[1] * dq[1])) +
-                                   2.0f * (kArmWeight * (dq[2] * dq[2])) + dq[3] * dq[3] +
-                                   dq[4] * dq[4] + dq[5] * dq[5];
-                const bool best = cost < s.fit;
-                if (best) {
-                    s.fit = cost;
-                    for (int j = 0; j < 6; ++j) s.inv_angle[j] = s.theta[j][cand];
-                }
-                if constexpr (std::decay_t<Observer>::active) {
-                    rep.cost = cost;
-                    rep.fate = Fate::scored;
-                    rep.became_best = best;
-                }
-            } else if constexpr (std::decay_t<Observer>::active) {
-                rep.fate = Fate::bound;
-                rep.joint = failed;
-            }
-            if constexpr (std::decay_t<Observer>::active) obs.candidate(rep);
-        }
-    }
-
-    // Step 8: near the wrist singularity keep the difference of joints 4 and
-    // 6 and take their sum from the target orientation.
-    float t4 = s.inv_angle[3], t6 = s.inv_angle[5];
-    if (avoid == 1 && std::fabs(s.inv_angle[4]) < s.limit5) {
-        const float sn1 = std::sin(s.inv_angle[0]), cs1b = std::cos(s.inv_angle[0]);
-        s.theta46 = std::atan2(sn1 * s.nx - cs1b * s.ny, sn1 * s.ox - cs1b * s.oy);
-        const float dsum = s.theta46 - s.theta46a;
-        if (-kHalfTurn < dsum + kTurn && dsum + kTurn < kHalfTurn)
-            s.theta46 += kTurn;
-        else if (-kHalfTurn < dsum - kTurn && dsum - kTurn < kHalfTurn)
-            s.theta46 -= kTurn;
-        t4 = (s.thetaa[3] + s.theta46 - s.thetaa[5]) * 0.5f;
-        t6 = (s.theta46 - s.thetaa[3] + s.thetaa[5]) * 0.5f;
-        s.inv_angle[3] = t4;
-    }
-
-    // Step 9: joint 6 near the current value, whole turns restored.
-    t6 = near_ref(t6, s.thetaa[5]);
-    s.inv_angle[5] = t6 + static_cast<float>(s.Iconsult6a_0) * kTurn;
-
-    // Step 10: output first, then the checks.
-    for (int j = 0; j < 6; ++j) q_out[j] = s.inv_angle[j] - o[j];
-    if (std::fabs(s.fit - kNoCandidateCost) < kNoCandidateTol) return -1;
-    for (int j = 0; j < 6; ++j)
-        if (q_out[j] > s.joint_max_limit[j] - o[j] || q_out[j] < s.joint_min_limit[j] - o[j])
-            return -2;
-    return 0;
+#if TOVA_IK_X86_KERNELS
+    if (batch_kernels_active()) return avx2::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
+#endif
+    return portable::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
 }
 
 // ---- lumo scheme (lumo A/B/C, pirra_3) ----
@@ -508,7 +312,7 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
     // Step 1: flange target in the arm's base frame (left product first).
     const Matrix base_inverse = inv_transform(s.T_base);
     const Matrix tool_inverse = inv_transform(s.Ttool_frame);
-    const Matrix m = transform_mul(transform_mul(base_inverse, s.T_BT), tool_inverse);
+    const Matrix m = mul_transforms(mul_transforms(base_inverse, s.T_BT), tool_inverse);
     const double nx = m.data[0][0], ny = m.data[1][0], nz = m.data[2][0];
     const double ox = m.data[0][1], oy = m.data[1][1], oz = m.data[2][1];
     const double ax = m.data[0][2], ay = m.data[1][2], az = m.data[2][2];
