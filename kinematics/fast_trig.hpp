@@ -35,7 +35,6 @@ namespace fast_trig_detail {
 
 typedef double v2d __attribute__((vector_size(16)));
 typedef long long v2i __attribute__((vector_size(16)));
-typedef unsigned long long v2u __attribute__((vector_size(16)));
 
 // pi/2 = kPio2a + kPio2b + kPio2c; kPio2a and kPio2b carry 33 significant bits,
 // so k * kPio2a and k * kPio2b are exact for the quadrant counts reached here.
@@ -63,13 +62,17 @@ inline v2i splat_i(long long v) { return v2i{v, v}; }
 inline v2i bits(v2d v) { return (v2i)v; }
 inline v2d from_bits(v2i v) { return (v2d)v; }
 
-// Lanes (1) whose double lies within the guard band of an f32 rounding midpoint:
-// the 29 bits below the f32 precision are close to 1000...0.
+// Lanes (non-zero) whose double lies within the guard band of an f32 rounding
+// midpoint: the 29 bits below the f32 precision are close to 1000...0. Done in
+// 32-bit lanes, which SSE2 compares natively (the odd lanes hold zero and never
+// match).
 inline v2i near_midpoint(v2d v) {
-    const v2u low = (v2u)(bits(v) & splat_i(0x1FFFFFFF));
-    const v2u dist = low - v2u{0x10000000ull - kFastTrigGuardUlps, 0x10000000ull - kFastTrigGuardUlps};
-    const v2u band = v2u{2 * kFastTrigGuardUlps, 2 * kFastTrigGuardUlps};
-    return (v2i)(dist <= band) & splat_i(1);
+    typedef int v4s __attribute__((vector_size(16)));
+    const v4s low = (v4s)(bits(v) & splat_i(0x1FFFFFFF));
+    const int base = 0x10000000 - static_cast<int>(kFastTrigGuardUlps);
+    const v4s dist = low - v4s{base, base, base, base};
+    const int band = 2 * static_cast<int>(kFastTrigGuardUlps);
+    return (v2i)((dist >= v4s{0, 0, 0, 0}) & (dist <= v4s{band, band, band, band}));
 }
 
 // Two lanes: the double sin and cos, and a non-zero lane for each input that
@@ -78,7 +81,7 @@ inline v2i sincos2(v2d x, v2d &sin_out, v2d &cos_out) {
     const v2d ax = from_bits(bits(x) & splat_i(0x7FFFFFFFFFFFFFFFll));
     // NaN compares false, so it is sent to the library as well.
     const v2i in_range = (v2i)(ax <= splat(kFastTrigMaxAngle));
-    const v2i redo = ~in_range & splat_i(1);
+    const v2i redo = ~in_range;
 
     const v2d t = x * splat(kTwoOverPi) + splat(kShifter);
     const v2d k = t - splat(kShifter);
@@ -100,7 +103,7 @@ inline v2i sincos2(v2d x, v2d &sin_out, v2d &cos_out) {
     const v2d c = w + (((splat(1.0) - w) - hz) + z * cp);
 
     // Quadrant q: sin = (s, c, -s, -c), cos = (c, -s, -c, s).
-    const v2i swap = (v2i)((quadrant & splat_i(1)) != splat_i(0));
+    const v2i swap = splat_i(0) - (quadrant & splat_i(1));  // all ones for odd quadrants
     const v2i sb = bits(s);
     const v2i cb = bits(c);
     v2i sin_bits = (sb & ~swap) | (cb & swap);

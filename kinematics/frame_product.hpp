@@ -1,79 +1,89 @@
-// The 4x4 product of matrix_m (each f32 product rounded, summed in double from
-// 0.0 in the order k = 0..3, the sum rounded to f32) for two 4 x 4 operands,
-// written for SIMD: one row of four products at a time, accumulated in two
-// pairs of doubles. Bit-identical to matrix_m on 4 x 4 records; the frame
-// composition of the forward kinematics runs three of these per call.
+// 4x4 transforms held as four SIMD rows, and the product of matrix_m on them.
 //
-// mul_transforms also skips the terms that a last row of exactly (0, 0, 0, 1)
-// makes trivial. That is exact: a running sum that starts at +0.0 is never -0,
-// so adding a finite x * 0 (= +-0) leaves it unchanged, and x * 1 = x. The
+// matrix_m forms each f32 product, sums in double from 0.0 in the order
+// k = 0..3 and rounds the sum to f32; mul() does exactly that, one row of four
+// products at a time. It also skips the terms that a last row of exactly
+// (0, 0, 0, 1) makes trivial, which is exact: a sum that starts at +0.0 is never
+// -0, so adding a finite x * 0 (= +-0) leaves it unchanged, and x * 1 = x. The
 // shortcut is taken only when both last rows are exactly (0, 0, 0, 1) and the
-// entries multiplied by 0 are finite; otherwise the full product runs.
+// other rows are finite; any other input runs all sixteen terms.
+//
+// Why rows in registers: a Matrix record has a 4-byte header, so its rows sit
+// at offsets 4, 20, 36, 52 while a record copy moves 16-byte blocks at 0, 16,
+// ... Copying a record just written row by row (or loading rows of one just
+// copied) defeats store-to-load forwarding and costs more than the arithmetic.
+// The frame composition therefore keeps its operands here and stores each
+// result once.
 #pragma once
+
+#include <cstring>
 
 #include "math/tova_mathfuncs.h"
 
 namespace tova {
 
-namespace frame_product_detail {
 typedef float v4f __attribute__((vector_size(16)));
+
+struct Transform {
+    v4f row[4];
+};
+
+inline Transform load_transform(const Matrix &m) {
+    Transform t;
+    std::memcpy(t.row, &m.data[0][0], sizeof t.row);
+    return t;
+}
+
+// Writes t into m with header 4, 4.
+inline void store_transform(const Transform &t, Matrix &m) {
+    m.rows = 4;
+    m.cols = 4;
+    std::memcpy(&m.data[0][0], t.row, sizeof t.row);
+}
+
+namespace frame_product_detail {
 typedef double v4d __attribute__((vector_size(32)));
+typedef int v4i __attribute__((vector_size(16)));
+
+inline v4f splat(float s) { return v4f{s, s, s, s}; }
+
+// Row i of a * b over the terms k < count, plus `extra` (in double) at the end.
+inline v4f product_row(const Transform &a, const Transform &b, int i, int count, v4d extra) {
+    v4d sum = {0.0, 0.0, 0.0, 0.0};
+    for (int k = 0; k < count; ++k) sum += __builtin_convertvector(splat(a.row[i][k]) * b.row[k], v4d);
+    return __builtin_convertvector(sum + extra, v4f);
+}
+
+inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }
+inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false for inf and NaN
 }  // namespace frame_product_detail
 
-inline Matrix mul44(const Matrix &a, const Matrix &b) {
+// matrix_m(a, b) for 4 x 4 operands, bit for bit.
+inline Transform mul(const Transform &a, const Transform &b) {
     using namespace frame_product_detail;
-    v4f brow[4];
-    for (int k = 0; k < 4; ++k) brow[k] = v4f{b.data[k][0], b.data[k][1], b.data[k][2], b.data[k][3]};
-    Matrix r;
-    r.rows = 4;
-    r.cols = 4;
-    for (int i = 0; i < 4; ++i) {
-        v4d sum = {0.0, 0.0, 0.0, 0.0};
-        for (int k = 0; k < 4; ++k) {
-            const float s = a.data[i][k];
-            sum += __builtin_convertvector(v4f{s, s, s, s} * brow[k], v4d);
-        }
-        const v4f row = __builtin_convertvector(sum, v4f);
-        for (int j = 0; j < 4; ++j) r.data[i][j] = row[j];
+    const v4f unit = {0.0f, 0.0f, 0.0f, 1.0f};
+    const v4d none = {0.0, 0.0, 0.0, 0.0};
+    const bool homogeneous =
+        all_lanes(((v4i)a.row[3] == (v4i)unit) & ((v4i)b.row[3] == (v4i)unit) & finite(a.row[0]) &
+                  finite(a.row[1]) & finite(a.row[2]) & finite(b.row[0]) & finite(b.row[1]) &
+                  finite(b.row[2]));
+    Transform r;
+    if (!homogeneous) {
+        for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, none);
+        return r;
     }
+    for (int i = 0; i < 3; ++i)
+        r.row[i] = product_row(a, b, i, 3, v4d{0.0, 0.0, 0.0, static_cast<double>(a.row[i][3])});
+    r.row[3] = unit;
     return r;
 }
 
-// matrix_m(a, b) for homogeneous transforms, with the trivial terms skipped
-// when that is exact (see above); any other 4 x 4 input takes mul44.
+// matrix_m(a, b) for 4 x 4 records (the header is taken as 4 x 4), bit for bit.
 inline Matrix mul_transforms(const Matrix &a, const Matrix &b) {
-    using namespace frame_product_detail;
-    typedef int v4i __attribute__((vector_size(16)));
-    v4f brow[4];
-    for (int k = 0; k < 4; ++k) brow[k] = v4f{b.data[k][0], b.data[k][1], b.data[k][2], b.data[k][3]};
-    const v4f a_last = v4f{a.data[3][0], a.data[3][1], a.data[3][2], a.data[3][3]};
-    const v4f a_col3 = v4f{a.data[0][3], a.data[1][3], a.data[2][3], 0.0f};
-    const v4f unit = v4f{0.0f, 0.0f, 0.0f, 1.0f};
-    const v4f zero = v4f{0.0f, 0.0f, 0.0f, 0.0f};
-    // Bitwise last rows, and finiteness as x * 0 == 0 (false for inf and NaN).
-    const v4i ok = ((v4i)a_last == (v4i)unit) & ((v4i)brow[3] == (v4i)unit) &
-                   (a_col3 * zero == zero) & (brow[0] * zero == zero) &
-                   (brow[1] * zero == zero) & (brow[2] * zero == zero);
-    if ((ok[0] & ok[1] & ok[2] & ok[3]) == 0) return mul44(a, b);
-
     Matrix r;
-    r.rows = 4;
-    r.cols = 4;
-    for (int i = 0; i < 3; ++i) {
-        v4d sum = {0.0, 0.0, 0.0, 0.0};
-        for (int k = 0; k < 3; ++k) {
-            const float s = a.data[i][k];
-            sum += __builtin_convertvector(v4f{s, s, s, s} * brow[k], v4d);
-        }
-        sum += v4d{0.0, 0.0, 0.0, static_cast<double>(a.data[i][3])};
-        const v4f row = __builtin_convertvector(sum, v4f);
-        for (int j = 0; j < 4; ++j) r.data[i][j] = row[j];
-    }
-    r.data[3][0] = 0.0f;
-    r.data[3][1] = 0.0f;
-    r.data[3][2] = 0.0f;
-    r.data[3][3] = 1.0f;
+    store_transform(mul(load_transform(a), load_transform(b)), r);
     return r;
 }
+inline Matrix mul44(const Matrix &a, const Matrix &b) { return mul_transforms(a, b); }
 
 }  // namespace tova

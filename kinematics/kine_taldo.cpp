@@ -23,7 +23,7 @@ constexpr Twist kTaldoTwists[7] = {Twist::Zero,   Twist::Minus90, Twist::Plus90,
 
 // The taldo routine reads every d, a and offset of its seven joints, so edited
 // lengths and offsets always agree with the universal link transforms.
-void flange_taldo(const DhTable &dh, const float *q, Matrix &T) {
+Transform flange_taldo(const DhTable &dh, const float *q) {
     float s[7], c[7];
     for (int i = 0; i < 7; ++i) {
         const float theta = q[i] + dh.offset[i];
@@ -60,7 +60,7 @@ void flange_taldo(const DhTable &dh, const float *q, Matrix &T) {
         }
         p = add_scaled(p, dh.d[i], Z);
     }
-    put_transform(T, X, Y, Z, p);
+    return make_transform(X, Y, Z, p);
 }
 
 }  // namespace tova
@@ -73,27 +73,22 @@ extern "C" {
 Matrix *forward_kinematics_e_taldo(Matrix *out, const float *q) {
     DhTable dh;
     libalgo_get_dh_value(&dh);
-    Matrix T;
-    flange_taldo(dh, q, T);
-    *out = T;
+    tova::store_transform(flange_taldo(dh, q), *out);
     return out;
 }
 
 Matrix *forward_kinematics_rotate_taldo(Matrix *out, const float *q) {
     DhTable dh;
     libalgo_get_dh_value(&dh);
-    Matrix T;
-    flange_taldo(dh, q, T);
-    *out = tova::rotation_of(T);
+    *out = tova::rotation_of(flange_taldo(dh, q));
     return out;
 }
 
 float *forward_kinematics_pos_taldo(float out[3], const float *q) {
     DhTable dh;
     libalgo_get_dh_value(&dh);
-    Matrix T;
-    flange_taldo(dh, q, T);
-    for (int i = 0; i < 3; ++i) out[i] = T.data[i][3];
+    const tova::Transform T = flange_taldo(dh, q);
+    for (int i = 0; i < 3; ++i) out[i] = T.row[i][3];
     return out;
 }
 

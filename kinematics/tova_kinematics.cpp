@@ -66,7 +66,7 @@ inline Vec3f about_base(float c1, float s1, float xp, float yp, float z) {
 // Joints 2 and 3 are parallel (theta23 = theta2 + theta3); joints 4-6 form a
 // spherical wrist whose rotation, written in the forearm frame, has the columns
 // (u, v, w). The forearm turns (u, w) by theta23; joint 1 turns the arm plane.
-void flange_vesk(const DhTable &dh, const float *q, Matrix &T) {
+Transform flange_vesk(const DhTable &dh, const float *q) {
     const JointTrig<6> t = trig_with_offsets<6>(q, dh);
     const float s1 = t.s[0], c1 = t.c[0], s2 = t.s[1], c2 = t.c[1], s3 = t.s[2], c3 = t.c[2];
     const float s4 = t.s[3], c4 = t.c[3], s5 = t.s[4], c5 = t.c[4], s6 = t.s[5], c6 = t.c[5];
@@ -94,7 +94,7 @@ void flange_vesk(const DhTable &dh, const float *q, Matrix &T) {
     const float reach = a3 * c2 + d4 * s23 + d6 * ap2;
     const Vec3f p = about_base(c1, s1, reach, -(d6 * v2),
                                d1 + a3 * s2 - d4 * c23 - d6 * (half_sum + half_diff));
-    put_transform(T, x, y, z, p);
+    return make_transform(x, y, z, p);
 }
 
 // ---- pirra: modified DH, twists (0, -90, 0, 90, -90, -90) deg ----
@@ -104,7 +104,7 @@ struct PirraLengths {
     float d1, d2, d4, d6, a2, a3, a4;
 };
 
-void flange_pirra(const JointTrig<6> &t, const PirraLengths &g, Matrix &T) {
+Transform flange_pirra(const JointTrig<6> &t, const PirraLengths &g) {
     const float s1 = t.s[0], c1 = t.c[0], s2 = t.s[1], c2 = t.c[1], s3 = t.s[2], c3 = t.c[2];
     const float s4 = t.s[3], c4 = t.c[3], s5 = t.s[4], c5 = t.c[4], s6 = t.s[5], c6 = t.c[5];
 
@@ -124,7 +124,7 @@ void flange_pirra(const JointTrig<6> &t, const PirraLengths &g, Matrix &T) {
     const float reach = g.a2 + g.a3 * c2 + g.a4 * c23 + g.d4 * s23 + g.d6 * ap2;
     const float side = g.d2 + g.d6 * v2;
     const float height = g.d1 - g.a3 * s2 - g.a4 * s23 + g.d4 * c23 + g.d6 * az2;
-    put_transform(T, x, y, z, about_base(c1, s1, reach, side, height));
+    return make_transform(x, y, z, about_base(c1, s1, reach, side, height));
 }
 
 // pirra_2 works on the joint vector itself: checked against the universal link
@@ -132,7 +132,7 @@ void flange_pirra(const JointTrig<6> &t, const PirraLengths &g, Matrix &T) {
 // deg must enter as constants, so they are built in through exact identities:
 // sin(q - 90) = -cos q, cos(q - 90) = sin q, sin(q + 90) = cos q,
 // cos(q + 90) = -sin q, sin(q + 180) = -sin q, cos(q + 180) = -cos q.
-void flange_pirra_2(const DhTable &dh, const float *q, Matrix &T) {
+Transform flange_pirra_2(const DhTable &dh, const float *q) {
     const JointTrig<6> j = trig_plain<6>(q);
     JointTrig<6> t = j;
     t.s[1] = -j.c[1];
@@ -143,17 +143,17 @@ void flange_pirra_2(const DhTable &dh, const float *q, Matrix &T) {
     t.c[4] = -j.c[4];
     t.s[5] = -j.s[5];
     t.c[5] = -j.c[5];
-    flange_pirra(t, {dh.d[0], 0.0f, dh.d[3], dh.d[5], dh.a[1], dh.a[2], dh.a[3]}, T);
+    return flange_pirra(t, {dh.d[0], 0.0f, dh.d[3], dh.d[5], dh.a[1], dh.a[2], dh.a[3]});
 }
 
-void flange_pirra_3(const DhTable &dh, const float *q, Matrix &T) {
-    flange_pirra(trig_with_offsets<6>(q, dh),
-                 {dh.d[0], dh.d[1], dh.d[3], dh.d[5], dh.a[1], dh.a[2], dh.a[3]}, T);
+Transform flange_pirra_3(const DhTable &dh, const float *q) {
+    return flange_pirra(trig_with_offsets<6>(q, dh),
+                        {dh.d[0], dh.d[1], dh.d[3], dh.d[5], dh.a[1], dh.a[2], dh.a[3]});
 }
 
 // ---- lumo A, B, C: modified DH, twists (0, -90, 0, 0, 90, -90) deg ----
 // Joints 2, 3 and 4 are parallel (theta234); the last two joints form the wrist.
-void flange_lumo(const DhTable &dh, const float *q, Matrix &T) {
+Transform flange_lumo(const DhTable &dh, const float *q) {
     const JointTrig<6> t = trig_with_offsets<6>(q, dh);
     const float s1 = t.s[0], c1 = t.c[0], s2 = t.s[1], c2 = t.c[1], s3 = t.s[2], c3 = t.c[2];
     const float s4 = t.s[3], c4 = t.c[3], s5 = t.s[4], c5 = t.c[4], s6 = t.s[5], c6 = t.c[5];
@@ -177,7 +177,7 @@ void flange_lumo(const DhTable &dh, const float *q, Matrix &T) {
     const float reach = a2 + a3 * c2 + a4 * c23 + d5 * s234 + d6 * ap2;
     const float side = d4 + d6 * c5;
     const float height = d1 - a3 * s2 - a4 * s23 + d5 * c234 + d6 * az2;
-    put_transform(T, x, y, z, about_base(c1, s1, reach, side, height));
+    return make_transform(x, y, z, about_base(c1, s1, reach, side, height));
 }
 
 // ---- quell: standard DH, 7 joints, twists (-90, 90, -90, 90, -90, 90, 0) deg ----
@@ -188,7 +188,7 @@ void flange_lumo(const DhTable &dh, const float *q, Matrix &T) {
 // d_i along the Z of the frame before link i.
 // quell never reads the offsets; its default offsets are all zero, so unlike
 // pirra_2 no constants are built in.
-void flange_quell(const DhTable &dh, const float *q, Matrix &T) {
+Transform flange_quell(const DhTable &dh, const float *q) {
     const JointTrig<7> t = trig_plain<7>(q);
     // Link 1 (twist -90): (c1, s1, 0), (0, 0, -1), (-s1, c1, 0).
     Vec3f X{t.c[0], t.s[0], 0.0f};
@@ -214,36 +214,42 @@ void flange_quell(const DhTable &dh, const float *q, Matrix &T) {
     p = add_scaled(p, dh.d[6], Z);
     const Vec3f Xn = lin2(t.c[6], X, t.s[6], Y);
     Y = lin2(-t.s[6], X, t.c[6], Y);
-    put_transform(T, Xn, Y, Z, p);
+    return make_transform(Xn, Y, Z, p);
 }
 
 // ---- dispatch ----
-void flange(uint8_t type, const DhTable &dh, const float *q, Matrix &T) {
+Transform flange(uint8_t type, const DhTable &dh, const float *q) {
     switch (type) {
-    case ROBOT_QUELL: flange_quell(dh, q, T); break;
-    case ROBOT_PIRRA_2: flange_pirra_2(dh, q, T); break;
-    case ROBOT_PIRRA_3: flange_pirra_3(dh, q, T); break;
+    case ROBOT_QUELL: return flange_quell(dh, q);
+    case ROBOT_PIRRA_2: return flange_pirra_2(dh, q);
+    case ROBOT_PIRRA_3: return flange_pirra_3(dh, q);
     case ROBOT_LUMO_A:
     case ROBOT_LUMO_B:
-    case ROBOT_LUMO_C: flange_lumo(dh, q, T); break;
-    case ROBOT_TALDO: flange_taldo(dh, q, T); break;
-    default: flange_vesk(dh, q, T); break;  // 0, 2, 9 and any unknown type
+    case ROBOT_LUMO_C: return flange_lumo(dh, q);
+    case ROBOT_TALDO: return flange_taldo(dh, q);
+    default: return flange_vesk(dh, q);  // 0, 2, 9 and any unknown type
     }
 }
 
-// Reads the robot type and the DH table, then evaluates the model's flange.
-void refresh_and_flange(const float *q, Matrix &T) {
+// Reads the robot type and the DH table, evaluates the model's flange and keeps
+// it in T_BE.
+Transform refresh_and_flange(const float *q) {
     fk.robot_type = static_cast<uint8_t>(libalgo_get_robot_type());
     libalgo_get_dh_value(&fk.robot_dh);
-    flange(fk.robot_type, fk.robot_dh, q, T);
+    const Transform F = flange(fk.robot_type, fk.robot_dh, q);
+    store_transform(F, fk.T_BE);
+    return F;
 }
 
 // f32 matrix-vector product A v with a 4-vector, summed left to right.
-inline void mul4v(const Matrix &A, const float v[4], float r[4]) {
+inline void mul4v(const Transform &A, const float v[4], float r[4]) {
     for (int i = 0; i < 4; ++i)
-        r[i] = A.data[i][0] * v[0] + A.data[i][1] * v[1] + A.data[i][2] * v[2] + A.data[i][3] * v[3];
+        r[i] = A.row[i][0] * v[0] + A.row[i][1] * v[1] + A.row[i][2] * v[2] + A.row[i][3] * v[3];
 }
 
+// The configured frames. Entry points copy them before evaluating the flange
+// and load their rows only after it: rows loaded straight from a fresh record
+// copy would miss store-to-load forwarding (see frame_product.hpp).
 Matrix install_matrix() {
     Matrix m;
     libalgo_get_robot_install_angle_matrix(&m);
@@ -260,71 +266,53 @@ Matrix work_matrix() {
     return m;
 }
 
-// I * (F * T): the tool in the world frame.
-Matrix tool_in_world(const float *q) {
-    refresh_and_flange(q, fk.T_BE);
-    const Matrix flange_tool = mul_transforms(fk.T_BE, tool_matrix());
-    return mul_transforms(install_matrix(), flange_tool);
-}
-
 // Rotation of W * I * F, times the tool's rotation when with_tool is set; 3 x 3
 // products of the rotation blocks.
 Matrix rotation_chain(const float *q, bool with_tool) {
-    Matrix F;
-    refresh_and_flange(q, F);
-    Matrix R = rotation_of(F);
-    if (with_tool) {
-        const Matrix tool = rotation_of(tool_matrix());
-        R = fm_mul(R, tool);
-    }
+    const Matrix tool = rotation_of(tool_matrix());
     const Matrix inst = rotation_of(install_matrix());
-    R = fm_mul(inst, R);
     const Matrix work = rotation_of(work_matrix());
+    Matrix R = rotation_of(refresh_and_flange(q));
+    if (with_tool) R = fm_mul(R, tool);
+    R = fm_mul(inst, R);
     return fm_mul(work, R);
 }
 
 // F * (t, 1), then I, then (with_work) W: the tool origin, f32 products.
 void tool_origin(const float *q, bool with_work, float out[3]) {
-    refresh_and_flange(q, fk.T_BE);
-    const Matrix tool = tool_matrix();
+    const Matrix tool = tool_matrix(), inst = install_matrix(), work = work_matrix();
+    const Transform F = refresh_and_flange(q);
     const float t[4] = {tool.data[0][3], tool.data[1][3], tool.data[2][3], 1.0f};
-    float in_base[4], in_world[4];
-    mul4v(fk.T_BE, t, in_base);
-    mul4v(install_matrix(), in_base, in_world);
+    float in_base[4], in_world[4], in_work[4];
+    mul4v(F, t, in_base);
+    mul4v(load_transform(inst), in_base, in_world);
+    const float *p = in_world;
     if (with_work) {
-        float in_work[4];
-        mul4v(work_matrix(), in_world, in_work);
-        for (int i = 0; i < 3; ++i) fk.position[i] = in_work[i];
-    } else {
-        for (int i = 0; i < 3; ++i) fk.position[i] = in_world[i];
+        mul4v(load_transform(work), in_world, in_work);
+        p = in_work;
     }
-    for (int i = 0; i < 3; ++i) out[i] = fk.position[i];
+    for (int i = 0; i < 3; ++i) out[i] = fk.position[i] = p[i];
 }
 
 // The three routines of one family over its flange core.
-using FlangeFn = void (*)(const DhTable &, const float *, Matrix &);
+using FlangeFn = Transform (*)(const DhTable &, const float *);
 
 Matrix *family_transform(FlangeFn core, Matrix *out, const float *q) {
     libalgo_get_dh_value(&fk.robot_dh);
-    Matrix T;
-    core(fk.robot_dh, q, T);
-    *out = T;
+    store_transform(core(fk.robot_dh, q), *out);
     return out;
 }
 
 Matrix *family_rotation(FlangeFn core, Matrix *out, const float *q) {
     libalgo_get_dh_value(&fk.robot_dh);
-    Matrix T;
-    core(fk.robot_dh, q, T);
-    *out = rotation_of(T);
+    *out = rotation_of(core(fk.robot_dh, q));
     return out;
 }
 
 float *family_position(FlangeFn core, float out[3], const float *q) {
     libalgo_get_dh_value(&fk.robot_dh);
-    Matrix T;
-    core(fk.robot_dh, q, T);
-    for (int i = 0; i < 3; ++i) out[i] = T.data[i][3];
+    const Transform T = core(fk.robot_dh, q);
+    for (int i = 0; i < 3; ++i) out[i] = T.row[i][3];
     return out;
 }
 
@@ -336,25 +324,30 @@ using namespace tova;
 extern "C" {
 
 Matrix *forward_kinematics_e(Matrix *out, const float *q) {
-    refresh_and_flange(q, fk.T_BE);
-    *out = fk.T_BE;
+    store_transform(refresh_and_flange(q), *out);
     return out;
 }
 
 Matrix *forward_kinematics_world_to_flange(Matrix *out, const float *q) {
-    refresh_and_flange(q, fk.T_BE);
-    *out = mul_transforms(install_matrix(), fk.T_BE);
+    const Matrix inst = install_matrix();
+    const Transform F = refresh_and_flange(q);
+    store_transform(mul(load_transform(inst), F), *out);
     return out;
 }
 
 Matrix *forward_kinematics_for_unity(Matrix *out, const float *q) {
-    *out = tool_in_world(q);
+    const Matrix tool = tool_matrix(), inst = install_matrix();
+    const Transform F = refresh_and_flange(q);
+    store_transform(mul(load_transform(inst), mul(F, load_transform(tool))), *out);
     return out;
 }
 
 Pose *forward_kinematics(Pose *out, const float *q) {
-    const Matrix world_tool = tool_in_world(q);
-    *out = pose_from_transform(mul_transforms(work_matrix(), world_tool));
+    const Matrix tool = tool_matrix(), inst = install_matrix(), work = work_matrix();
+    const Transform F = refresh_and_flange(q);
+    Matrix m;
+    store_transform(mul(load_transform(work), mul(load_transform(inst), mul(F, load_transform(tool)))), m);
+    *out = pose_from_transform(m);
     return out;
 }
 

@@ -8,6 +8,7 @@
 #include "config/libalgo_interface.h"
 #include "kinematics/fast_trig.hpp"
 #include "kinematics/universal_kin_internal.hpp"
+#include "kinematics/frame_product.hpp"
 #include "math/fixed_matrix.hpp"
 
 namespace tova {
@@ -54,6 +55,12 @@ Matrix kin_get_SDH_Ti(int32_t i, const DhTable *dh, const float *q) {
 }
 
 Matrix kin_universal_kinematics_Tn(const float *q, const char *mode, const char *frame) {
+    // The frames are copied first; their rows are loaded only after the chain
+    // (see frame_product.hpp). The products are matrix_m's, bit for bit.
+    Matrix tool, work, inst;
+    libalgo_get_tool_cs_matrix(&tool);
+    libalgo_get_work_cs_to_base_matrix(&work);
+    libalgo_get_robot_install_angle_matrix(&inst);
     DhTable dh;
     libalgo_get_dh_value(&dh);
     int32_t n = libalgo_get_rbt_dof();
@@ -68,34 +75,40 @@ Matrix kin_universal_kinematics_Tn(const float *q, const char *mode, const char 
     float s[kTableJoints], c[kTableJoints];
     sincos_rounded<kTableJoints>(qm, s, c);
 
-    Matrix A = identity4();
+    Transform A = {{{1.0f, 0.0f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f, 0.0f}, {0.0f, 0.0f, 1.0f, 0.0f},
+                    {0.0f, 0.0f, 0.0f, 1.0f}}};
     for (int32_t i = 0; i < n; ++i) {
         const SinCos th{s[i], c[i]};
         const SinCos al = dh_twist_sincos(dh.alpha[i]);
-        const Matrix Ti = modified ? mdh_link(th, al, dh.d[i], dh.a[i])
-                                   : sdh_link(th, al, dh.d[i], dh.a[i]);
-        A = fm_mul(A, Ti);
-        if (i == 1) chain.T02 = A;
-        if (i == 4) chain.T05 = A;
-        if (i == 5) chain.T06 = A;
+        A = mul(A, modified ? mdh_link_rows(th, al, dh.d[i], dh.a[i])
+                            : sdh_link_rows(th, al, dh.d[i], dh.a[i]));
+        if (i == 1) store_transform(A, chain.T02);
+        if (i == 4) store_transform(A, chain.T05);
+        if (i == 5) store_transform(A, chain.T06);
     }
 
     auto is = [frame](const char *name) { return std::strcmp(frame, name) == 0; };
-    if (is("T0n")) return A;
-    if (is("T02")) return chain.T02;
-    if (is("T05")) return chain.T05;
-    if (is("T06")) return chain.T06;
-
-    Matrix tool, work, inst;
-    libalgo_get_tool_cs_matrix(&tool);
-    libalgo_get_work_cs_to_base_matrix(&work);
-    libalgo_get_robot_install_angle_matrix(&inst);
-    if (is("T0t")) return fm_mul(A, tool);
-    if (is("Tbn")) return fm_mul(inst, A);
-    if (is("Tbt")) return fm_mul(inst, fm_mul(A, tool));
-    if (is("Twn")) return fm_mul(work, fm_mul(inst, A));
-    if (is("Twt")) return fm_mul(work, fm_mul(inst, fm_mul(A, tool)));
-    return fm_mul(work, inst);
+    Matrix out;
+    if (is("T0n")) {
+        store_transform(A, out);
+    } else if (is("T02")) {
+        out = chain.T02;
+    } else if (is("T05")) {
+        out = chain.T05;
+    } else if (is("T06")) {
+        out = chain.T06;
+    } else {
+        const Transform T = load_transform(tool), W = load_transform(work), I = load_transform(inst);
+        Transform r;
+        if (is("T0t")) r = mul(A, T);
+        else if (is("Tbn")) r = mul(I, A);
+        else if (is("Tbt")) r = mul(I, mul(A, T));
+        else if (is("Twn")) r = mul(W, mul(I, A));
+        else if (is("Twt")) r = mul(W, mul(I, mul(A, T)));
+        else r = mul(W, I);
+        store_transform(r, out);
+    }
+    return out;
 }
 
 }  // extern "C"

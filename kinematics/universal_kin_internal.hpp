@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "config/libalgo_interface.h"
+#include "kinematics/frame_product.hpp"
 #include "math/tova_mathfuncs.h"
 
 namespace tova {
@@ -50,45 +51,30 @@ inline SinCos dh_angle_sincos(float theta) {
     return {static_cast<float>(std::sin(t)), static_cast<float>(std::cos(t))};
 }
 
-// Modified-DH link transform from the angle's and the twist's sin/cos pairs.
+// Modified-DH link transform from the angle's and the twist's sin/cos pairs,
+// as rows (for the chain products) and as a record.
+inline Transform mdh_link_rows(SinCos t, SinCos al, float d, float a) {
+    return Transform{{{t.c, -t.s, 0.0f, a},
+                      {t.s * al.c, t.c * al.c, -al.s, -al.s * d},
+                      {t.s * al.s, t.c * al.s, al.c, al.c * d},
+                      {0.0f, 0.0f, 0.0f, 1.0f}}};
+}
 inline Matrix mdh_link(SinCos t, SinCos al, float d, float a) {
-    Matrix T{};
-    T.rows = 4;
-    T.cols = 4;
-    T.data[0][0] = t.c;
-    T.data[0][1] = -t.s;
-    T.data[0][2] = 0.0f;
-    T.data[0][3] = a;
-    T.data[1][0] = t.s * al.c;
-    T.data[1][1] = t.c * al.c;
-    T.data[1][2] = -al.s;
-    T.data[1][3] = -al.s * d;
-    T.data[2][0] = t.s * al.s;
-    T.data[2][1] = t.c * al.s;
-    T.data[2][2] = al.c;
-    T.data[2][3] = al.c * d;
-    T.data[3][3] = 1.0f;
+    Matrix T;
+    store_transform(mdh_link_rows(t, al, d, a), T);
     return T;
 }
 
-// Standard-DH link transform from the angle's and the twist's sin/cos pairs.
+// Standard-DH link transform, same inputs.
+inline Transform sdh_link_rows(SinCos t, SinCos al, float d, float a) {
+    return Transform{{{t.c, -t.s * al.c, t.s * al.s, a * t.c},
+                      {t.s, t.c * al.c, -t.c * al.s, a * t.s},
+                      {0.0f, al.s, al.c, d},
+                      {0.0f, 0.0f, 0.0f, 1.0f}}};
+}
 inline Matrix sdh_link(SinCos t, SinCos al, float d, float a) {
-    Matrix T{};
-    T.rows = 4;
-    T.cols = 4;
-    T.data[0][0] = t.c;
-    T.data[0][1] = -t.s * al.c;
-    T.data[0][2] = t.s * al.s;
-    T.data[0][3] = a * t.c;
-    T.data[1][0] = t.s;
-    T.data[1][1] = t.c * al.c;
-    T.data[1][2] = -t.c * al.s;
-    T.data[1][3] = a * t.s;
-    T.data[2][0] = 0.0f;
-    T.data[2][1] = al.s;
-    T.data[2][2] = al.c;
-    T.data[2][3] = d;
-    T.data[3][3] = 1.0f;
+    Matrix T;
+    store_transform(sdh_link_rows(t, al, d, a), T);
     return T;
 }
 
