@@ -149,7 +149,10 @@ public:
         for (int s = 0; s < n_spans; ++s) {
             const Span& sp = spans[s];
             const double len = sp.b - sp.a;
-            const int n = len > 0.0 ? static_cast<int>(std::ceil(len / step - 1e-9)) : 0;
+            // At least the middle besides the ends: the ends of a closed-form
+            // piece sit on its boundary, where the branch may just fail.
+            int n = len > 0.0 ? static_cast<int>(std::ceil(len / step - 1e-9)) : 0;
+            if (len > 0.0 && n < 2) n = 2;
             // Per branch: values at the previous two samples and their positions.
             double v_prev[kBranches], v_prev2[kBranches];
             double t_prev2 = sp.a;
@@ -288,9 +291,85 @@ public:
         Bracket br[kMaxBrackets];
         const int n = scan(spans, n_spans, step, Objective::kRatio, &r, &rv, br);
         refine(br, n, Objective::kRatio, tol, &r, &rv);
+        if (!(rv <= kRatioOk)) refine_speed_gaps(spans, n_spans, step, tol, &r, &rv);
         if (!(rv <= kRatioOk)) return false;
         *best = r;
         return true;
+    }
+
+    // Where the joints move much faster than the parameter (near folds and
+    // singular points of the parameterisation) the piece of the window within
+    // the speed limits can be far narrower than the sampling step and invisible
+    // at the samples. Between two samples of a branch, every joint must pass
+    // within its step of the current value for such a piece to exist; those
+    // intervals are searched for the smallest ratio, most promising first.
+    void refine_speed_gaps(const Span* spans, int n_spans, double step, double tol, Candidate* best,
+                           double* best_ratio) const {
+        constexpr int kMaxGaps = 12;
+        Bracket gaps[kMaxGaps];
+        int n_gaps = 0;
+        for (int s = 0; s < n_spans; ++s) {
+            const Span& sp = spans[s];
+            const double len = sp.b - sp.a;
+            if (!(len > 0.0)) continue;
+            const int n = static_cast<int>(std::ceil(len / step - 1e-9));
+            Candidate prev[kBranches];
+            unsigned have = 0;
+            double t_prev = sp.a;
+            for (int k = 0; k <= n; ++k) {
+                const double t = sp.a + len * k / n;
+                Candidate c[kBranches];
+                const unsigned got = eval_all(t, sp.mask, c);
+                for (int b = 0; b < kBranches; ++b) {
+                    const unsigned bit = 1u << b;
+                    if ((got ^ have) & bit && k > 0) {
+                        // The branch starts or ends between the samples: a fold,
+                        // where its joints move fastest.
+                        const double v = (got & bit) ? c[b].ratio : prev[b].ratio;
+                        insert_gap({t_prev, t, (got & bit) ? t : t_prev, kHuge, kHuge, v, b}, gaps, &n_gaps,
+                                   kMaxGaps);
+                        continue;
+                    }
+                    if (!(got & have & bit)) continue;
+                    bool reachable = true;
+                    for (int i = 0; i < kJoints && reachable; ++i) {
+                        if (!(js_.max_step[i] > 0.0)) continue;
+                        const double lo = std::fmin(prev[b].th[i], c[b].th[i]) - js_.max_step[i];
+                        const double hi = std::fmax(prev[b].th[i], c[b].th[i]) + js_.max_step[i];
+                        reachable = cur_[i] >= lo && cur_[i] <= hi;
+                    }
+                    if (!reachable) continue;
+                    const double v = std::fmin(prev[b].ratio, c[b].ratio);
+                    insert_gap({t_prev, t, 0.5 * (t_prev + t), kHuge, kHuge, v, b}, gaps, &n_gaps, kMaxGaps);
+                }
+                for (int b = 0; b < kBranches; ++b)
+                    if (got & (1u << b)) prev[b] = c[b];
+                have = got;
+                t_prev = t;
+            }
+        }
+        for (int i = 0; i < n_gaps && !(*best_ratio <= kRatioOk); ++i) {
+            Bracket g = gaps[i];
+            Candidate c;
+            if (g.t == g.a || g.t == g.b) {
+                // Fold: close in on where the branch ends from the side where it
+                // exists, then search between there and that side's sample.
+                double in = g.t, out = g.t == g.a ? g.b : g.a;
+                for (int k = 0; k < 30; ++k) {
+                    const double m = 0.5 * (in + out);
+                    (eval_one(m, g.branch, &c) ? in : out) = m;
+                }
+                g.a = std::fmin(in, g.t);
+                g.b = std::fmax(in, g.t);
+                g.t = in;
+            } else {
+                g.t = 0.5 * (g.a + g.b);
+            }
+            if (!eval_one(g.t, g.branch, &c)) continue;
+            offer(c, Objective::kRatio, best, best_ratio);
+            g.value = objective_value(c, Objective::kRatio);
+            refine(&g, 1, Objective::kRatio, tol, best, best_ratio);
+        }
     }
 
     // Accepted speed ratio: just below one, so that the float result cannot
@@ -298,6 +377,21 @@ public:
     static constexpr double kRatioOk = 1.0 - 1e-6;
 
 private:
+    static void insert_gap(const Bracket& g, Bracket* gaps, int* n, int cap) {
+        int pos = *n;
+        if (pos == cap) {
+            if (g.value >= gaps[cap - 1].value) return;
+            pos = cap - 1;
+        } else {
+            ++*n;
+        }
+        while (pos > 0 && gaps[pos - 1].value > g.value) {
+            gaps[pos] = gaps[pos - 1];
+            --pos;
+        }
+        gaps[pos] = g;
+    }
+
     static void insert(const Bracket& br, Bracket brackets[kMaxBrackets], int* n) {
         int pos = *n;
         if (pos == kMaxBrackets) {
