@@ -105,8 +105,6 @@ int run(const Args &args) {
     const double triad_len = 0.12 * extent;
 
     SvgCanvas svg(360, {{"front", 0, 2}, {"side", 1, 2}, {"top", 0, 1}}, extent, centre);
-    svg.line({centre[0] - extent, centre[1], lo[2]}, {centre[0] + extent, centre[1], lo[2]},
-             "#cccccc", 1.0);  // floor line under the arm
     for (size_t i = 1; i < polyline.size(); ++i) svg.line(polyline[i - 1], polyline[i], "#444444", 6.0);
     for (const auto &p : polyline) svg.dot(p, 3.0, "#444444");
     for (const auto &[p, d] : joint_axes) {
