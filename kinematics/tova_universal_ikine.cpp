@@ -9,7 +9,6 @@
 #include "config/libalgo_interface.h"
 #include "ikine/tova_ikine_utils.hpp"
 #include "kinematics/tova_universal_kin.h"
-#include "kinematics/universal_ikine_internal.hpp"
 #include "kinematics/universal_jacobian.hpp"
 #include "math/mat_gauss_jordan.hpp"
 
@@ -138,11 +137,6 @@ int32_t solve(const IkNumericalRequest &request, const char *format, float *q_ou
 
 }  // namespace
 
-int32_t ikine_numerical_solution_tool_frame(const IkNumericalRequest *request, const char *format,
-                                            float *q_out) {
-    return solve<ErrorFrame::Tool>(*request, format, q_out);
-}
-
 }  // namespace tova
 
 extern "C" {
@@ -150,6 +144,11 @@ extern "C" {
 int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *format,
                                  float *q_out) {
     return tova::solve<tova::ErrorFrame::Work>(*request, format, q_out);
+}
+
+int32_t ikine_numerical_solution_tool_frame(const IkNumericalRequest *request, const char *format,
+                                            float *q_out) {
+    return tova::solve<tova::ErrorFrame::Tool>(*request, format, q_out);
 }
 
 }  // extern "C"

@@ -28,6 +28,15 @@ typedef struct IkNumericalRequest {
 TOVA_API int32_t ikine_numerical_solution(const IkNumericalRequest *request, const char *format,
                                           float *q_out);
 
+/* The same solver with a consistent error frame, offered beside the one above for new
+ * code: the position error is expressed in tool axes and paired with the tool-frame
+ * Jacobian, so each damped step points at the target wherever the frames are (the
+ * solver above measures position in work axes against the flange-frame Jacobian and
+ * converges only where those frames nearly agree). Same request, formats, damping,
+ * restart schedule, output folding and result codes. */
+TOVA_API int32_t ikine_numerical_solution_tool_frame(const IkNumericalRequest *request,
+                                                     const char *format, float *q_out);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,4 +1,4 @@
-// The tool-frame variant of the numerical inverse kinematics (internal): it
+// The tool-frame variant of the numerical inverse kinematics: it
 // converges from seeds near the solution wherever the frames are, and each
 // success reproduces the target.
 #include <gtest/gtest.h>
@@ -6,7 +6,6 @@
 #include <cmath>
 #include <random>
 
-#include "kinematics/universal_ikine_internal.hpp"
 #include "tova_algorithm.h"
 #include "universal_reference.hpp"
 
@@ -34,7 +33,7 @@ TEST(NumericalIkToolFrame, ConvergesOnReachablePosesWithArbitraryFrames) {
             for (int i = 0; i < n; ++i) r.seed[i] = q[i] + near(rng);
             r.target_matrix = kin_universal_kinematics_Tn(q.data(), "machine", "Twt");
             float out[7] = {};
-            if (tova::ikine_numerical_solution_tool_frame(&r, "T", out) != 0) continue;
+            if (ikine_numerical_solution_tool_frame(&r, "T", out) != 0) continue;
             ++solved;
             const Matrix T = kin_universal_kinematics_Tn(out, "machine", "Twt");
             for (int i = 0; i < 3; ++i)
