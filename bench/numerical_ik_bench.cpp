@@ -5,9 +5,9 @@
 // poses (identity tool, work and installation frames); each pose is solved
 // with tolerance 1e-5 from the middle of the joint ranges, and again from a
 // seed within 0.3 rad of the generating joints. Reported per model and seed:
-// success rate, mean and 99th-percentile time per solve, for this library and
-// for KDL on the same poses and seeds. Both solvers get 100 iterations (ours
-// per start, so up to 1300 on a failed solve). KDL's tolerance bounds the
+// success rate, mean and 99th-percentile time per solve, for this library's
+// solver, its tool-frame variant and KDL on the same poses and seeds. All get
+// 100 iterations (ours per start, so up to 1300 on a failed solve). KDL's tolerance bounds the
 // norm of its (unweighted) pose error, ours half its square: KDL's criterion
 // is the stricter one. Times are CPU time of the benchmark thread.
 //
@@ -129,7 +129,7 @@ void BM_NumericalIkStudy(benchmark::State &state) {
     KDL::ChainIkSolverPos_LMA lma(chain, weights, kTolerance, kIterations);
     Tally kdl;
 #endif
-    Tally ours;
+    Tally ours, tool_frame;
     for (auto _ : state) {
         for (const Case &c : cases) {
             const std::vector<float> &seed = near ? c.near : middle;
@@ -142,6 +142,9 @@ void BM_NumericalIkStudy(benchmark::State &state) {
             double t0 = cpu_micros();
             const int32_t code = ikine_numerical_solution(&r, "T", out);
             ours.add(code == 0, cpu_micros() - t0);
+            t0 = cpu_micros();
+            const int32_t tcode = ikine_numerical_solution_tool_frame(&r, "T", out);
+            tool_frame.add(tcode == 0, cpu_micros() - t0);
 #ifdef TOVA_HAVE_KDL
             KDL::JntArray q_init(n), q_out(n);
             for (int i = 0; i < n; ++i) q_init(i) = seed[i];
@@ -155,6 +158,9 @@ void BM_NumericalIkStudy(benchmark::State &state) {
     state.counters["ours_success_%"] = ours.rate();
     state.counters["ours_mean_us"] = ours.mean();
     state.counters["ours_p99_us"] = ours.p99();
+    state.counters["toolframe_success_%"] = tool_frame.rate();
+    state.counters["toolframe_mean_us"] = tool_frame.mean();
+    state.counters["toolframe_p99_us"] = tool_frame.p99();
 #ifdef TOVA_HAVE_KDL
     state.counters["kdl_success_%"] = kdl.rate();
     state.counters["kdl_mean_us"] = kdl.mean();
