@@ -34,7 +34,9 @@ class Input {
     }
 
     // Mostly ordinary magnitudes around `scale`, sometimes special values.
+    // An exhausted input gives 0, so short inputs mean small, plain values.
     float real(float scale = 4.0f) {
+        if (n_ == 0) return 0.0f;
         const uint8_t kind = byte();
         switch (kind % 16) {
             case 0: return std::numeric_limits<float>::quiet_NaN();

@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang (ASan + UBSan) and runs each from its
-# checked-in seed corpus for a bounded time: scripts/fuzz.sh [seconds per target].
-# A finding stops the run with a non-zero exit; its reproducer (crash-*) is left
-# in build/fuzz/findings/ to be added to fuzz/corpus/<target>/ with the fix.
+# checked-in seed corpus for a bounded time:
+#   scripts/fuzz.sh [seconds per target] [target ...]   (default: 30 s, every target)
+# A finding (crash, sanitizer report, failed check, or one input running longer
+# than 10 s) makes the exit status non-zero; its reproducer (crash-*, timeout-*)
+# is left in build/fuzz/findings/ to be added to fuzz/corpus/<target>/ with the
+# fix. Replay one with: build/fuzz/fuzz/<target> <reproducer>.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
+shift || true
 need=()
 command -v clang++ >/dev/null || need+=(clang)
 ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a >/dev/null 2>&1 || need+=(libclang-rt-14-dev)
@@ -19,12 +23,15 @@ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_CO
 cmake --build build/fuzz -j 2
 mkdir -p build/fuzz/findings
 status=0
-for target in $(sed -n 's/^tova_add_fuzzer(\(.*\))$/\1/p' fuzz/CMakeLists.txt); do
+targets=("$@")
+((${#targets[@]})) || targets=($(sed -n 's/^tova_add_fuzzer(\(.*\))$/\1/p' fuzz/CMakeLists.txt))
+for target in "${targets[@]}"; do
   work="build/fuzz/corpus/$target"
   mkdir -p "$work"
   echo "=== $target (${seconds}s) ==="
   if ! ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
-      "build/fuzz/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=4096 -print_final_stats=1 \
+      nice -n 10 "build/fuzz/fuzz/$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
+      -rss_limit_mb=4096 -print_final_stats=1 \
       -artifact_prefix="build/fuzz/findings/$target-" "$work" "fuzz/corpus/$target" 2>"build/fuzz/$target.log"; then
     tail -40 "build/fuzz/$target.log"
     echo "FINDING in $target (see build/fuzz/findings/)"
