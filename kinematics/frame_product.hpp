@@ -47,11 +47,12 @@ typedef int v4i __attribute__((vector_size(16)));
 
 inline v4f splat(float s) { return v4f{s, s, s, s}; }
 
-// Row i of a * b over the terms k < count, plus `extra` (in double) at the end.
-inline v4f product_row(const Transform &a, const Transform &b, int i, int count, v4d extra) {
+// Row i of a * b over the terms k < count, then `last` (in double) added to the
+// element in column 3 and +0.0 to the others (no change to a sum that starts at +0.0).
+inline v4f product_row(const Transform &a, const Transform &b, int i, int count, double last) {
     v4d sum = {0.0, 0.0, 0.0, 0.0};
     for (int k = 0; k < count; ++k) sum += __builtin_convertvector(splat(a.row[i][k]) * b.row[k], v4d);
-    return __builtin_convertvector(sum + extra, v4f);
+    return __builtin_convertvector(sum + v4d{0.0, 0.0, 0.0, last}, v4f);
 }
 
 inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }
@@ -62,18 +63,17 @@ inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false fo
 inline Transform mul(const Transform &a, const Transform &b) {
     using namespace frame_product_detail;
     const v4f unit = {0.0f, 0.0f, 0.0f, 1.0f};
-    const v4d none = {0.0, 0.0, 0.0, 0.0};
     const bool homogeneous =
         all_lanes(((v4i)a.row[3] == (v4i)unit) & ((v4i)b.row[3] == (v4i)unit) & finite(a.row[0]) &
                   finite(a.row[1]) & finite(a.row[2]) & finite(b.row[0]) & finite(b.row[1]) &
                   finite(b.row[2]));
     Transform r;
     if (!homogeneous) {
-        for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, none);
+        for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, 0.0);
         return r;
     }
     for (int i = 0; i < 3; ++i)
-        r.row[i] = product_row(a, b, i, 3, v4d{0.0, 0.0, 0.0, static_cast<double>(a.row[i][3])});
+        r.row[i] = product_row(a, b, i, 3, static_cast<double>(a.row[i][3]));
     r.row[3] = unit;
     return r;
 }

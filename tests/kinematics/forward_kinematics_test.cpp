@@ -17,28 +17,18 @@ struct Family {
     bool reads_offset;
 };
 
+#define TOVA_FAMILY(name) forward_kinematics_e_##name, forward_kinematics_rotate_##name, forward_kinematics_pos_##name
 Family family_of(uint32_t type) {
     switch (type) {
-    case ROBOT_QUELL:
-        return {forward_kinematics_e_quell, forward_kinematics_rotate_quell, forward_kinematics_pos_quell,
-                {0, 2, 4, 6}, {}, false};
-    case ROBOT_PIRRA_2:
-        return {forward_kinematics_e_pirra_2, forward_kinematics_rotate_pirra_2,
-                forward_kinematics_pos_pirra_2, {0, 3, 5}, {1, 2, 3}, false};
-    case ROBOT_PIRRA_3:
-        return {forward_kinematics_e_pirra_3, forward_kinematics_rotate_pirra_3,
-                forward_kinematics_pos_pirra_3, {0, 1, 3, 5}, {1, 2, 3}, true};
-    case ROBOT_TALDO:
-        return {forward_kinematics_e_taldo, forward_kinematics_rotate_taldo, forward_kinematics_pos_taldo,
-                {0, 1, 2, 3, 4, 5, 6}, {0, 1, 2, 3, 4, 5, 6}, true};
-    case ROBOT_VESK:
-        return {forward_kinematics_e_vesk, forward_kinematics_rotate_vesk, forward_kinematics_pos_vesk,
-                {0, 3, 5}, {2}, true};
-    default:  // lumo A, B, C
-        return {forward_kinematics_e_lumo, forward_kinematics_rotate_lumo, forward_kinematics_pos_lumo,
-                {0, 3, 4, 5}, {1, 2, 3}, true};
+    case ROBOT_VESK: return {TOVA_FAMILY(vesk), {0, 3, 5}, {2}, true};
+    case ROBOT_QUELL: return {TOVA_FAMILY(quell), {0, 2, 4, 6}, {}, false};
+    case ROBOT_PIRRA_2: return {TOVA_FAMILY(pirra_2), {0, 3, 5}, {1, 2, 3}, false};
+    case ROBOT_PIRRA_3: return {TOVA_FAMILY(pirra_3), {0, 1, 3, 5}, {1, 2, 3}, true};
+    case ROBOT_TALDO: return {TOVA_FAMILY(taldo), {0, 1, 2, 3, 4, 5, 6}, {0, 1, 2, 3, 4, 5, 6}, true};
+    default: return {TOVA_FAMILY(lumo), {0, 3, 4, 5}, {1, 2, 3}, true};  // lumo A, B, C
     }
 }
+#undef TOVA_FAMILY
 
 bool reads(const std::vector<int> &v, int i) { return std::find(v.begin(), v.end(), i) != v.end(); }
 
@@ -152,13 +142,8 @@ TEST(ForwardDispatch, VeskMovesWithOffsetButIgnoresAlpha) {
 
 TEST(ForwardDispatch, GenericSevenAxisAndRefusedTypesEvaluateVesk) {
     select(ROBOT_GENERIC_7, 0);
-    DhTable dh;
-    libalgo_get_dh_value(&dh);
-    dh.d[0] = 0.3f;
-    dh.a[2] = 0.4f;
-    dh.d[3] = 0.35f;
-    dh.d[5] = 0.1f;
-    dh.offset[1] = 0.5f;
+    DhTable dh{};
+    for (int i = 0; i < 7; ++i) dh.d[i] = dh.a[i] = dh.offset[i] = 0.1f * (i + 1);
     libalgo_set_dh_params(&dh);
     JointSampler sampler(3);
     Matrix vesk;

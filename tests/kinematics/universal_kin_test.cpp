@@ -9,11 +9,10 @@ namespace {
 
 // Independent double-precision link transforms: modified DH is
 // Rx(alpha) Tx(a) Rz(theta) Tz(d), standard DH is Rz(theta) Tz(d) Tx(a) Rx(alpha).
-Mat4d rot_x(double t) {
-    return {{{1, 0, 0, 0}, {0, std::cos(t), -std::sin(t), 0}, {0, std::sin(t), std::cos(t), 0}, {0, 0, 0, 1}}};
-}
-Mat4d rot_z(double t) {
-    return {{{std::cos(t), -std::sin(t), 0, 0}, {std::sin(t), std::cos(t), 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+Mat4d rot(double t, bool about_x) {
+    const double c = std::cos(t), s = std::sin(t);
+    if (about_x) return {{{1, 0, 0, 0}, {0, c, -s, 0}, {0, s, c, 0}, {0, 0, 0, 1}}};
+    return {{{c, -s, 0, 0}, {s, c, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
 }
 Mat4d trans(double x, double z) { return {{{1, 0, 0, x}, {0, 1, 0, 0}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
 
@@ -29,8 +28,8 @@ TEST(LinkTransforms, MatchElementaryProducts) {
         dh.a[i] = len(rng);
         q[i] = ang(rng);
         const double al = dh.alpha[i], th = q[i];
-        const Mat4d mdh = rot_x(al) * trans(dh.a[i], 0) * rot_z(th) * trans(0, dh.d[i]);
-        const Mat4d sdh = rot_z(th) * trans(0, dh.d[i]) * trans(dh.a[i], 0) * rot_x(al);
+        const Mat4d mdh = rot(al, true) * trans(dh.a[i], 0) * rot(th, false) * trans(0, dh.d[i]);
+        const Mat4d sdh = rot(th, false) * trans(0, dh.d[i]) * trans(dh.a[i], 0) * rot(al, true);
         EXPECT_LE(max_abs_diff(kin_get_MDH_Ti(i, &dh, q), mdh), 1e-6);
         EXPECT_LE(max_abs_diff(kin_get_SDH_Ti(i, &dh, q), sdh), 1e-6);
     }
