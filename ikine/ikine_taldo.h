@@ -7,10 +7,10 @@
 extern "C" {
 #endif
 
-/* Inverse kinematics of the taldo arm (7 joints, offset elbow and flange).
- * target: the flange pose in the base frame, 4 x 4 (installation and tool
- * already removed by the caller). q_current, q_out: 7 machine angles, rad.
- * Returns 0 or an Ikine7Result. */
+/* Inverse kinematics of the taldo arm (rules in ikine_quell.h). target: the
+ * flange pose in the base frame (installation and tool already removed by the
+ * caller). q_current, q_out: 7 machine angles, rad (model angle = machine +
+ * offset, joint 6 offset 90 deg). Returns 0 or an Ikine7Result. */
 TOVA_API int32_t inverse_kinematics_taldo(mat target, const float *q_current, float *q_out);
 
 #ifdef __cplusplus

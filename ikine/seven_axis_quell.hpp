@@ -32,6 +32,9 @@ public:
 
     unsigned solve(double phi, unsigned mask, double raw[kBranches][kJoints]) const;
 
+    // Every branch exists at every phi: nothing hides between samples.
+    int hidden_points(double, double, double*, int) const { return 0; }
+
     // The elbow angle whose shoulder orientation is nearest the current one.
     double current_phi() const { return phi0_; }
 

@@ -342,6 +342,22 @@ public:
                     const double v = std::fmin(prev[b].ratio, c[b].ratio);
                     insert_gap({t_prev, t, 0.5 * (t_prev + t), kHuge, kHuge, v, b}, gaps, &n_gaps, kMaxGaps);
                 }
+                // Branches that exist only between the samples.
+                double hidden[4];
+                const int n_hidden = k > 0 ? p_.hidden_points(t_prev, t, hidden, 4) : 0;
+                for (int h = 0; h < n_hidden; ++h) {
+                    Candidate ch[kBranches];
+                    const unsigned gh = eval_all(hidden[h], sp.mask, ch);
+                    for (int b = 0; b < kBranches; ++b) {
+                        if (!(gh & (1u << b))) continue;
+                        if (!(have & (1u << b)))
+                            insert_gap({t_prev, hidden[h], hidden[h], kHuge, kHuge, ch[b].ratio, b}, gaps, &n_gaps,
+                                       kMaxGaps);
+                        if (!(got & (1u << b)))
+                            insert_gap({hidden[h], t, hidden[h], kHuge, kHuge, ch[b].ratio, b}, gaps, &n_gaps,
+                                       kMaxGaps);
+                    }
+                }
                 for (int b = 0; b < kBranches; ++b)
                     if (got & (1u << b)) prev[b] = c[b];
                 have = got;

@@ -55,18 +55,77 @@ void TaldoArm::setup(const TaldoGeometry& g, const Rigid& flange, const double c
     Ks_ = -2.0 * g.a7 * ht.y;
 }
 
-unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]) const {
-    const double ct = std::cos(t), st = std::sin(t);
-    const V3 c0 = col(R_, 0), c1 = col(R_, 1), zf = col(R_, 2);
-    const V3 x6 = ct * c0 - st * c1;
-    const V3 v = V3{0.0, 0.0, g_.d1} - (wrist0_ - g_.a7 * x6);  // P_s - P_w
+bool TaldoArm::elbow_at(double t, AtJoint7* a) const {
+    a->ct = std::cos(t);
+    a->st = std::sin(t);
+    a->x6 = a->ct * col(R_, 0) - a->st * col(R_, 1);
+    const V3 v = V3{0.0, 0.0, g_.d1} - (wrist0_ - g_.a7 * a->x6);  // P_s - P_w
     double ca = (dot(v, v) - C0_) / rho_;
-    if (!(std::fabs(ca) <= 1.0 + kElbowTol)) return 0;
+    if (!(std::fabs(ca) <= 1.0 + kElbowTol)) return false;
     ca = std::fmax(-1.0, std::fmin(1.0, ca));
-    const double delta = std::acos(ca);
+    a->delta = std::acos(ca);
     // Shoulder point seen from frame 6: R06^T v with R06 = R Rz(-t) Rx(-90).
     const V3 vt = mul_t(R_, v);
-    const V3 p6{ct * vt.x - st * vt.y, -vt.z, st * vt.x + ct * vt.y};
+    a->p6 = {a->ct * vt.x - a->st * vt.y, -vt.z, a->st * vt.x + a->ct * vt.y};
+    return true;
+}
+
+void TaldoArm::arm_plane(double th4, double* u4, double* v4) const {
+    // P_s - P_w in frame 4 is (u4, v4, 0).
+    const double s4 = std::sin(th4), c4 = std::cos(th4);
+    *u4 = -(g_.d3 * s4 + g_.a4 * c4 + g_.a5);
+    *v4 = -(g_.d3 * c4 - g_.a4 * s4 + g_.d5);
+}
+
+unsigned TaldoArm::wrist_sines(double t, double s5[2]) const {
+    AtJoint7 a;
+    if (!elbow_at(t, &a)) return 0;
+    for (int ei = 0; ei < 2; ++ei) {
+        double u4, v4;
+        arm_plane(ei == 0 ? phi_ + a.delta : phi_ - a.delta, &u4, &v4);
+        s5[ei] = std::fabs(u4) > kSingular ? a.p6.z / u4 : (std::fabs(a.p6.z) <= kDegenerateTol ? 0.0 : 1e300);
+    }
+    return 3;
+}
+
+int TaldoArm::hidden_points(double a, double b, double* out, int cap) const {
+    double sa[2], sb[2];
+    const unsigned ea = wrist_sines(a, sa), eb = wrist_sines(b, sb);
+    int n = 0;
+    hidden_between(a, ea, sa, b, eb, sb, 0, out, cap, &n);
+    return n;
+}
+
+// The wrist of an elbow branch exists where |s5| <= 1. When s5 moves fast
+// between a and b (the shoulder point close to axis 5) it may pass through
+// [-1, 1] between them unseen: bisect until it is caught or ruled out.
+void TaldoArm::hidden_between(double a, unsigned ea, const double* sa, double b, unsigned eb, const double* sb,
+                              int depth, double* out, int cap, int* n) const {
+    if (*n >= cap || depth > 24) return;
+    bool maybe = ea != eb;  // the elbow appears or vanishes in between
+    for (int ei = 0; ei < 2 && ea && eb; ++ei) {
+        if (std::fabs(sa[ei]) <= 1.0 || std::fabs(sb[ei]) <= 1.0) continue;  // seen at an end
+        const bool crosses = (sa[ei] > 1.0) != (sb[ei] > 1.0) || (sa[ei] < -1.0) != (sb[ei] < -1.0);
+        maybe = maybe || crosses || std::fabs(sa[ei] - sb[ei]) > 0.5;
+    }
+    if (!maybe) return;
+    const double m = 0.5 * (a + b);
+    double sm[2];
+    const unsigned em = wrist_sines(m, sm);
+    if (em && (std::fabs(sm[0]) <= 1.0 || std::fabs(sm[1]) <= 1.0)) {
+        out[(*n)++] = m;
+        return;
+    }
+    hidden_between(a, ea, sa, m, em, sm, depth + 1, out, cap, n);
+    hidden_between(m, em, sm, b, eb, sb, depth + 1, out, cap, n);
+}
+
+unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]) const {
+    AtJoint7 at;
+    if (!elbow_at(t, &at)) return 0;
+    const double ct = at.ct, st = at.st, delta = at.delta;
+    const V3 x6 = at.x6, p6 = at.p6;
+    const V3 c0 = col(R_, 0), c1 = col(R_, 1), zf = col(R_, 2);
     const V3 y6 = -1.0 * zf, z6 = st * c0 + ct * c1;
     const M3 R06{{{x6.x, y6.x, z6.x}, {x6.y, y6.y, z6.y}, {x6.z, y6.z, z6.z}}};
     const double hp = std::hypot(p6.x, p6.y);
@@ -78,9 +137,8 @@ unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]
         if (!me) continue;
         const double th4 = ei == 0 ? phi_ + delta : phi_ - delta;
         const double s4 = std::sin(th4), c4 = std::cos(th4);
-        // P_s - P_w in frame 4 is (u4, v4, 0).
-        const double u4 = -(g_.d3 * s4 + g_.a4 * c4 + g_.a5);
-        const double v4 = -(g_.d3 * c4 - g_.a4 * s4 + g_.d5);
+        double u4, v4;
+        arm_plane(th4, &u4, &v4);
         double s5;
         if (std::fabs(u4) > kSingular) {
             s5 = p6.z / u4;

@@ -27,12 +27,29 @@ public:
 
     unsigned solve(double t, unsigned mask, double raw[kBranches][kJoints]) const;
 
+    // Points of (a, b) where a wrist branch exists that may exist at neither
+    // end (near the shoulder point on axis 5 it exists only on slivers of
+    // joint 7). At most cap.
+    int hidden_points(double a, double b, double* out, int cap) const;
+
     // Pieces of [lo, hi] in joint 7 where each elbow branch exists (with
     // joint 4 inside its limits when js is given), in closed form: the
     // squared shoulder-wrist distance is a sinusoid of joint 7.
     int elbow_spans(const JointSpace* js, double lo, double hi, Span* out, int cap) const;
 
 private:
+    struct AtJoint7 {
+        double ct, st, delta;  // cos, sin of joint 7; elbow half-angle
+        V3 x6, p6;             // axis x6; shoulder point in frame 6
+    };
+    bool elbow_at(double t, AtJoint7* a) const;
+    void arm_plane(double th4, double* u4, double* v4) const;
+    // Sine of joint 5 each elbow branch needs at t (beyond one: no wrist);
+    // returns 3, or 0 where the elbow does not exist.
+    unsigned wrist_sines(double t, double s5[2]) const;
+    void hidden_between(double a, unsigned ea, const double* sa, double b, unsigned eb, const double* sb,
+                        int depth, double* out, int cap, int* n) const;
+
     TaldoGeometry g_;
     M3 R_;
     V3 wrist0_;          // wrist point at a7 = 0: p - d7 z_F

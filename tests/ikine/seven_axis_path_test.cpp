@@ -16,6 +16,7 @@
 #include "ikine/seven_axis_taldo.hpp"
 #include "ikine/tova_ikine.h"
 #include "kinematics/tova_kinematics.h"
+#include "kinematics/tova_universal_kin.h"
 #include "math/tova_mathfuncs.h"
 #include "seven_axis_reference.hpp"
 
@@ -49,77 +50,27 @@ protected:
         paths_ = env ? std::atoi(env) : 4;
     }
 
-    // Tool pose in the base frame (double, with the configured tool).
-    seven_ref::T4 tcp(const double* q) const {
-        Matrix T;
-        libalgo_get_tool_cs_matrix(&T);
-        seven_ref::T4 tool = seven_ref::eye();
-        for (int r = 0; r < 3; ++r)
-            for (int c = 0; c < 4; ++c) tool.m[r][c] = T.data[r][c];
-        return seven_ref::mul(seven_ref::forward(m_, q), tool);
-    }
-
     // Well-conditioned start for a path leaving in direction dir at 0.25 m/s
-    // with fixed orientation: the least-norm joint rates J+ (v, 0) stay below
-    // half the speed limits, and the joints 0.3 rad inside their limits.
+    // with fixed orientation: the least-norm joint rates pinv(J) (v, 0) of the
+    // tool-point Jacobian stay below half the speed limits, and the joints
+    // 0.3 rad inside their limits.
     template <class Rng>
     void start_joints(Rng& rng, const double dir[3], float* q) {
         for (;;) {
             double d[7];
             seven_ref::random_joints(m_, rng, d, 0.3);
-            // Jacobian by central differences of the double chain.
-            double J[6][7];
-            const seven_ref::T4 T0 = tcp(d);
-            for (int j = 0; j < 7; ++j) {
-                double qp[7], qm[7];
-                std::copy(d, d + 7, qp);
-                std::copy(d, d + 7, qm);
-                qp[j] += 1e-6;
-                qm[j] -= 1e-6;
-                const seven_ref::T4 P = tcp(qp), M = tcp(qm);
-                for (int r = 0; r < 3; ++r) J[r][j] = (P.m[r][3] - M.m[r][3]) / 2e-6;
-                // Angular rate: skew part of dR R^T.
-                double W[3][3];
-                for (int r = 0; r < 3; ++r)
-                    for (int c = 0; c < 3; ++c) {
-                        W[r][c] = 0;
-                        for (int k = 0; k < 3; ++k) W[r][c] += (P.m[r][k] - M.m[r][k]) / 2e-6 * T0.m[c][k];
-                    }
-                J[3][j] = W[2][1];
-                J[4][j] = W[0][2];
-                J[5][j] = W[1][0];
-            }
-            // y = (J J^T)^-1 (v, 0) by Gaussian elimination, then qdot = J^T y.
-            double A[6][7];
-            for (int r = 0; r < 6; ++r) {
-                for (int c = 0; c < 6; ++c) {
-                    A[r][c] = 0;
-                    for (int k = 0; k < 7; ++k) A[r][c] += J[r][k] * J[c][k];
-                }
-                A[r][6] = r < 3 ? 0.25 * dir[r] : 0.0;
-            }
-            bool ok = true;
-            for (int c = 0; c < 6 && ok; ++c) {
-                int p = c;
-                for (int r = c + 1; r < 6; ++r)
-                    if (std::fabs(A[r][c]) > std::fabs(A[p][c])) p = r;
-                std::swap(A[c], A[p]);
-                ok = std::fabs(A[c][c]) > 1e-12;
-                for (int r = 0; r < 6 && ok; ++r) {
-                    if (r == c) continue;
-                    const double f = A[r][c] / A[c][c];
-                    for (int k = c; k < 7; ++k) A[r][k] -= f * A[c][k];
-                }
-            }
-            for (int j = 0; j < 7 && ok; ++j) {
-                double rate = 0;
-                for (int r = 0; r < 6; ++r) rate += J[r][j] * A[r][6] / A[r][r];
-                ok = std::fabs(rate) < 0.5 * m_.vmax[j];
-            }
-            if (!ok) continue;
             for (int i = 0; i < 7; ++i) q[i] = static_cast<float>(d[i]);
             q[7] = 0.0f;
-            return;
+            const MatrixMore J = kin_calc_jacobe_J0(q, "machine");
+            mat Jm = mat_zeros(6, 7), v = mat_zeros(6, 1);
+            for (int r = 0; r < 6; ++r)
+                for (int c = 0; c < 7; ++c) Jm.data[r][c] = J.data[r][c];
+            for (int r = 0; r < 3; ++r) v.data[r][0] = static_cast<float>(0.25 * dir[r]);
+            const mat P = mat_pinv(&Jm);
+            const mat rates = mat_mult(&P, &v);
+            bool ok = true;
+            for (int j = 0; j < 7; ++j) ok = ok && std::fabs(rates.data[j][0]) < 0.5 * m_.vmax[j];
+            if (ok) return;
         }
     }
 

@@ -98,19 +98,13 @@ inline double pos_err(const T4& A, const T4& B) {
     for (int i = 0; i < 3; ++i) s += (A.m[i][3] - B.m[i][3]) * (A.m[i][3] - B.m[i][3]);
     return std::sqrt(s);
 }
+// Frobenius distance of the rotations over sqrt 2: the angle between them
+// for small angles, without the rounding of acos near one.
 inline double rot_err(const T4& A, const T4& B) {
-    double tr_ = 0;
+    double s = 0;
     for (int i = 0; i < 3; ++i)
-        for (int k = 0; k < 3; ++k) tr_ += A.m[k][i] * B.m[k][i];
-    const double c = std::fmax(-1.0, std::fmin(1.0, 0.5 * (tr_ - 1.0)));
-    // acos is ill-conditioned near 0: use the norm of the skew part instead.
-    double w[3] = {0, 0, 0};
-    for (int k = 0; k < 3; ++k) {
-        w[0] += A.m[k][2] * B.m[k][1] - A.m[k][1] * B.m[k][2];
-        w[1] += A.m[k][0] * B.m[k][2] - A.m[k][2] * B.m[k][0];
-        w[2] += A.m[k][1] * B.m[k][0] - A.m[k][0] * B.m[k][1];
-    }
-    return std::atan2(0.5 * std::sqrt(w[0] * w[0] + w[1] * w[1] + w[2] * w[2]), c);
+        for (int k = 0; k < 3; ++k) s += (A.m[i][k] - B.m[i][k]) * (A.m[i][k] - B.m[i][k]);
+    return std::sqrt(0.5 * s);
 }
 
 inline double wrap(double a) { return std::remainder(a, 2.0 * kPi); }
