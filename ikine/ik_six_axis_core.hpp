@@ -110,6 +110,13 @@ inline void load_noa(SixAxisState &s, const Matrix &m) {
     s.nz = m.data[2][0]; s.oz = m.data[2][1]; s.az = m.data[2][2]; s.pz = m.data[2][3];
 }
 
+// The same from a transform held as rows.
+inline void load_noa(SixAxisState &s, const Transform &t) {
+    s.nx = t.row[0][0]; s.ox = t.row[0][1]; s.ax = t.row[0][2]; s.px = t.row[0][3];
+    s.ny = t.row[1][0]; s.oy = t.row[1][1]; s.ay = t.row[1][2]; s.py = t.row[1][3];
+    s.nz = t.row[2][0]; s.oz = t.row[2][1]; s.az = t.row[2][2]; s.pz = t.row[2][3];
+}
+
 // T_BT = inverse(work-to-base) x pose; the orientation from the Euler angles
 // when is_euler is 1, else from the quaternion as given.
 inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
@@ -118,7 +125,7 @@ inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
     if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
     const Matrix target = transform_from_pose_quat(p);
     const Matrix work_inverse = inv_transform(s.Twork2base);
-    s.T_BT = mul_transforms(work_inverse, target);
+    store_transform(mul(load_transform(work_inverse), load_transform(target)), s.T_BT);
 }
 
 // Per-call snapshot of the configuration the solvers read.
