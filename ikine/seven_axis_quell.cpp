@@ -179,7 +179,9 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
     Candidate best{};
     double best_cost = kHuge;
     auto offer_cost = [&](const Candidate& c) { Search<QuellArm>::offer(c, Objective::kCost, &best, &best_cost); };
-    constexpr double kTolNarrow = 1e-10, kTolWide = 1e-8;
+    // Every branch exists at every phi and its joints move smoothly with it:
+    // 1e-8 in phi is 1e-8 in the joints. (Taldo's joint 7 needs finer.)
+    constexpr double kTolNarrow = 1e-8, kTolWide = 1e-8;
     Span spans[kMaxSpans];
     int n_spans = 0;
 

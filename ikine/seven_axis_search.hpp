@@ -40,10 +40,20 @@ inline double objective_value(const Candidate& c, Objective obj) {
 // parabolic steps where they behave, golden sections where they do not, so
 // narrow valleys (near singular configurations the joints move fast with the
 // redundancy) are still found.
+// When f is known at both ends (fa, fb below kHuge) they seed the first
+// parabola, which saves the opening golden steps.
 template <class F>
-void brent_minimise(double a, double b, double x, double fx, F&& f, double tol, int max_iter) {
+void brent_minimise(double a, double fa, double b, double fb, double x, double fx, F&& f, double tol,
+                    int max_iter) {
     constexpr double kGold = 0.3819660112501051;
     double v = x, w = x, fv = fx, fw = fx, d = 0.0, e = 0.0;
+    if (fa < kHuge && fb < kHuge) {
+        w = fa < fb ? a : b;
+        fw = fa < fb ? fa : fb;
+        v = fa < fb ? b : a;
+        fv = fa < fb ? fb : fa;
+        d = e = 0.5 * (b - a);
+    }
     for (int it = 0; it < max_iter; ++it) {
         const double xm = 0.5 * (a + b);
         const double tol2 = 2.0 * tol;
@@ -237,9 +247,7 @@ public:
                     x2 = end; f2 = f_end; x0 = far; f0 = f_far;
                 }
             }
-            (void)f0;
-            (void)f2;
-            brent_minimise(x0, x2, x1, f1, f, tol, 40);
+            brent_minimise(x0, f0, x2, f2, x1, f1, f, tol, 40);
         }
     }
 

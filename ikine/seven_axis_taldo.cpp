@@ -70,9 +70,8 @@ bool TaldoArm::elbow_at(double t, AtJoint7* a) const {
     return true;
 }
 
-void TaldoArm::arm_plane(double th4, double* u4, double* v4) const {
+void TaldoArm::arm_plane(double s4, double c4, double* u4, double* v4) const {
     // P_s - P_w in frame 4 is (u4, v4, 0).
-    const double s4 = std::sin(th4), c4 = std::cos(th4);
     *u4 = -(g_.d3 * s4 + g_.a4 * c4 + g_.a5);
     *v4 = -(g_.d3 * c4 - g_.a4 * s4 + g_.d5);
 }
@@ -81,8 +80,9 @@ unsigned TaldoArm::wrist_sines(double t, double s5[2]) const {
     AtJoint7 a;
     if (!elbow_at(t, &a)) return 0;
     for (int ei = 0; ei < 2; ++ei) {
+        const double th4 = ei == 0 ? phi_ + a.delta : phi_ - a.delta;
         double u4, v4;
-        arm_plane(ei == 0 ? phi_ + a.delta : phi_ - a.delta, &u4, &v4);
+        arm_plane(std::sin(th4), std::cos(th4), &u4, &v4);
         s5[ei] = std::fabs(u4) > kSingular ? a.p6.z / u4 : (std::fabs(a.p6.z) <= kDegenerateTol ? 0.0 : 1e300);
     }
     return 3;
@@ -138,7 +138,7 @@ unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]
         const double th4 = ei == 0 ? phi_ + delta : phi_ - delta;
         const double s4 = std::sin(th4), c4 = std::cos(th4);
         double u4, v4;
-        arm_plane(th4, &u4, &v4);
+        arm_plane(s4, c4, &u4, &v4);
         double s5;
         if (std::fabs(u4) > kSingular) {
             s5 = p6.z / u4;
@@ -302,6 +302,8 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     const Search<TaldoArm> search(arm, js, cur);
     Candidate best{};
     double best_cost = kHuge;
+    // At folds of joint 7 the other joints move like the square root of its
+    // distance to the fold: 1e-10 in joint 7 is 1e-5 there.
     constexpr double kTolNarrow = 1e-10, kTolWide = 1e-8;
     const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
     int n_spans = 0;

@@ -43,7 +43,7 @@ private:
         V3 x6, p6;             // axis x6; shoulder point in frame 6
     };
     bool elbow_at(double t, AtJoint7* a) const;
-    void arm_plane(double th4, double* u4, double* v4) const;
+    void arm_plane(double s4, double c4, double* u4, double* v4) const;  // of sin, cos th4
     // Sine of joint 5 each elbow branch needs at t (beyond one: no wrist);
     // returns 3, or 0 where the elbow does not exist.
     unsigned wrist_sines(double t, double s5[2]) const;
