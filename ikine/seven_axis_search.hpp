@@ -151,8 +151,12 @@ public:
     }
 
     // Samples every span with points at most `step` apart (ends included),
-    // offers each candidate to *best and keeps the lowest sampled local minima
-    // per branch in brackets[]. Returns the number of brackets kept.
+    // and more densely where a branch's joints jump or branches appear or
+    // vanish between two samples (near singular points and folds of the
+    // parameterisation the joints move much faster than the parameter, and a
+    // whole basin of the objective can fit between two regular samples).
+    // Offers each candidate to *best and keeps the lowest sampled local minima
+    // in brackets[]. Returns the number of brackets kept.
     int scan(const Span* spans, int n_spans, double step, Objective obj, Candidate* best, double* best_value,
              Bracket brackets[kMaxBrackets]) const {
         int n_br = 0;
@@ -163,44 +167,18 @@ public:
             // piece sit on its boundary, where the branch may just fail.
             int n = len > 0.0 ? static_cast<int>(std::ceil(len / step - 1e-9)) : 0;
             if (len > 0.0 && n < 2) n = 2;
-            // Per branch: values at the previous two samples and their positions.
-            double v_prev[kBranches], v_prev2[kBranches];
-            double t_prev2 = sp.a;
-            for (int b = 0; b < kBranches; ++b) v_prev[b] = v_prev2[b] = kHuge;
-            double t_prev = sp.a;
-            for (int k = 0; k <= n + 1; ++k) {
-                double v_now[kBranches];
-                double t = sp.b;
-                if (k <= n) {
-                    t = n > 0 ? sp.a + len * k / n : sp.a;
-                    Candidate c[kBranches];
-                    const unsigned got = eval_all(t, sp.mask, c);
-                    for (int b = 0; b < kBranches; ++b) {
-                        v_now[b] = kHuge;
-                        if (!(got & (1u << b))) continue;
-                        v_now[b] = objective_value(c[b], obj);
-                        offer(c[b], obj, best, best_value);
-                    }
-                } else {
-                    for (int b = 0; b < kBranches; ++b) v_now[b] = kHuge;  // past the end
-                }
-                if (k >= 1) {
-                    // Sample k-1 (at t_prev) is a local minimum when no worse than both neighbours.
-                    for (int b = 0; b < kBranches; ++b) {
-                        const double v = v_prev[b];
-                        if (!(v < kHuge) || v > v_prev2[b] || v > v_now[b]) continue;
-                        const Bracket br{k >= 2 ? t_prev2 : sp.a, k <= n ? t : sp.b, t_prev,
-                                         k >= 2 ? v_prev2[b] : kHuge, k <= n ? v_now[b] : kHuge, v, b};
-                        insert(br, brackets, &n_br);
-                    }
-                }
-                for (int b = 0; b < kBranches; ++b) {
-                    v_prev2[b] = v_prev[b];
-                    v_prev[b] = v_now[b];
-                }
-                t_prev2 = t_prev;
-                t_prev = t;
+            Stream st{obj, best, best_value, brackets, &n_br, sp.a, sp.b};
+            Sample buf[2];
+            sample(sp.a, sp.mask, obj, &buf[0]);
+            st.push(*this, buf[0]);
+            for (int k = 1; k <= n; ++k) {
+                const Sample& prev = buf[(k - 1) & 1];
+                Sample& next = buf[k & 1];
+                sample(sp.a + len * k / n, sp.mask, obj, &next);
+                subdivide(prev, next, sp.mask, obj, 0, &st);
+                st.push(*this, next);
             }
+            st.finish();
         }
         return n_br;
     }
@@ -401,6 +379,79 @@ public:
     static constexpr double kRatioOk = 1.0 - 1e-6;
 
 private:
+    // One sample: the candidates of every branch at t and their objective.
+    struct Sample {
+        double t;
+        unsigned got;
+        Candidate c[kBranches];
+        double v[kBranches];
+    };
+
+    void sample(double t, unsigned mask, Objective obj, Sample* out) const {
+        out->t = t;
+        out->got = eval_all(t, mask, out->c);
+        for (int b = 0; b < kBranches; ++b)
+            out->v[b] = (out->got & (1u << b)) ? objective_value(out->c[b], obj) : kHuge;
+    }
+
+    // Largest joint jump allowed between neighbouring samples of a branch, rad,
+    // and how often an interval may be halved to get there.
+    static constexpr double kMaxJump = 0.3;
+    static constexpr int kMaxDepth = 5;
+
+    // Consumes samples in order of t: offers them, and keeps each branch's
+    // sampled local minima with their neighbours as brackets.
+    class Stream {
+    public:
+        Stream(Objective obj, Candidate* best, double* best_value, Bracket* brackets, int* n_br, double a, double b)
+            : obj_(obj), best_(best), best_value_(best_value), brackets_(brackets), n_br_(n_br), a_(a), b_(b) {
+            for (int i = 0; i < kBranches; ++i) v1_[i] = v2_[i] = kHuge;
+        }
+        void push(const Search& s, const Sample& x) {
+            (void)s;
+            for (int i = 0; i < kBranches; ++i)
+                if (x.got & (1u << i)) offer(x.c[i], obj_, best_, best_value_);
+            step(x.t, x.v);
+        }
+        void finish() {
+            double none[kBranches];
+            for (int i = 0; i < kBranches; ++i) none[i] = kHuge;
+            step(b_, none, true);
+        }
+
+    private:
+        // The previous sample (t1, v1) is a local minimum when no worse than
+        // both neighbours (t2, v2) and (t, v).
+        void step(double t, const double* v, bool end = false) {
+            if (count_ >= 1) {
+                for (int i = 0; i < kBranches; ++i) {
+                    if (!(v1_[i] < kHuge) || v1_[i] > v2_[i] || v1_[i] > v[i]) continue;
+                    const Bracket br{count_ >= 2 ? t2_ : a_, end ? b_ : t, t1_, count_ >= 2 ? v2_[i] : kHuge,
+                                     end ? kHuge : v[i], v1_[i], i};
+                    insert(br, brackets_, n_br_);
+                }
+            }
+            for (int i = 0; i < kBranches; ++i) {
+                v2_[i] = v1_[i];
+                v1_[i] = v[i];
+            }
+            t2_ = t1_;
+            t1_ = t;
+            ++count_;
+        }
+        Objective obj_;
+        Candidate* best_;
+        double* best_value_;
+        Bracket* brackets_;
+        int* n_br_;
+        double a_, b_;
+        double v1_[kBranches], v2_[kBranches];
+        double t1_ = 0.0, t2_ = 0.0;
+        int count_ = 0;
+    };
+
+    void subdivide(const Sample& a, const Sample& b, unsigned mask, Objective obj, int depth, Stream* st) const;
+
     static void insert_gap(const Bracket& g, Bracket* gaps, int* n, int cap) {
         int pos = *n;
         if (pos == cap) {
@@ -435,6 +486,27 @@ private:
     const JointSpace& js_;
     const double* cur_;
 };
+
+template <class P>
+void Search<P>::subdivide(const Sample& a, const Sample& b, unsigned mask, Objective obj, int depth,
+                          Stream* st) const {
+    if (depth >= kMaxDepth) return;
+    bool split = a.got != b.got;  // a branch appears or vanishes in between
+    for (int i = 0; i < kBranches && !split; ++i) {
+        if (!(a.got & b.got & (1u << i))) continue;
+        for (int j = 0; j < kJoints && !split; ++j) {
+            double d = std::fabs(a.c[i].th[j] - b.c[i].th[j]);
+            if (d > kPi) d = std::fabs(d - kTwoPi);  // a turn taken by the range mapping
+            split = d > kMaxJump;
+        }
+    }
+    if (!split) return;
+    Sample m;
+    sample(0.5 * (a.t + b.t), mask, obj, &m);
+    subdivide(a, m, mask, obj, depth + 1, st);
+    st->push(*this, m);
+    subdivide(m, b, mask, obj, depth + 1, st);
+}
 
 }  // namespace tova::seven_axis
 
