@@ -1,7 +1,7 @@
 // tova-kin ik: joint angles for a tool pose through the library's
 // inverse_kinematics; --all lists every candidate of the six-axis closed form
-// with its cost or the reason it was dropped, --numerical hands the request to
-// the numerical solver's command.
+// with its cost or the reason it was dropped, --wide widens the seven-axis
+// search, --numerical hands the request to the numerical solver's command.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -14,36 +14,41 @@
 namespace tova_cli {
 namespace {
 
-const char *kUsage =
-    "usage: tova-kin ik [--model NAME] [--sensor N] [--current q1,...] [--tool x,y,z,rx,ry,rz]\n"
-    "                   [--work x,y,z,rx,ry,rz] [--install rx,ry,rz] [--degrees] [--all]\n"
-    "                   [--numerical] (x y z rx ry rz | --quat x y z qw qx qy qz\n"
-    "                   | --matrix m00 ... m33)\n\n"
+const std::string kUsage =
+    "usage: tova-kin ik [arm options] [--current q1,...] [--all] [--wide] [--json]\n"
+    "                   [--quat | --matrix] (pose numbers | -)\n"
+    "       tova-kin ik --numerical [ik-numerical options] (pose numbers | -)\n\n"
     "Solves for the machine joint angles that put the tool at the given pose in the work\n"
-    "frame, choosing among the closed-form candidates the one nearest to the current joints\n"
-    "(--current, default all zero). Prints the joints and the result code with its meaning.\n"
-    "--all also lists every candidate of a six-axis model with its cost or why it was\n"
-    "dropped (candidate bound, no elbow solution, or the modeling limit after the choice).\n"
-    "--numerical solves with the numerical solver instead (--current becomes its seed).\n"
-    "Angles in radians, or degrees with --degrees; --matrix takes 16 numbers row-major.";
+    "frame, with the model's closed form (six axes) or seven-axis solver, choosing the\n"
+    "solution nearest to the current joints (--current, default all zero). Prints the\n"
+    "joints and the result code with its meaning.\n"
+    "  --all        also list every candidate of a six-axis model with its cost or why it\n"
+    "               was dropped (candidate bound, no elbow solution, or the modeling limit)\n"
+    "  --wide       seven-axis models: search the whole redundancy range instead of a\n"
+    "               narrow window around the current joints (no effect on six axes)\n"
+    "  --numerical  solve with the numerical solver instead (see tova-kin ik-numerical;\n"
+    "               --current becomes its seed)\n\n" +
+    std::string(kTargetHelp) + "\n" + kArmHelp + kJsonHelp + "\n" +
+    stream_help("pose", "q1 ... qn (with --json the whole result)",
+                "Each pose starts from the previous line's solution, so a trajectory is tracked.\n"
+                "A pose that does not solve is noted on standard error with its result code, its\n"
+                "line repeats the joints the library returned, and the exit status is 1.\n") +
+    "\nExit status: 0 solved, 1 not solved (result code printed), 2 bad input.";
 
 const char *meaning(int32_t rc) {
     switch (rc) {
-    case 0: return "success: the candidate nearest to the current joints, inside all limits";
+    case 0: return "success: the solution nearest to the current joints, inside all limits";
     case -1: return "no candidate inside the joint bounds (the output repeats the previous solution)";
     case -2: return "the chosen candidate lies outside a modeling joint limit";
     case -4: return "this robot type has no inverse kinematics";
+    case IKINE7_INVALID_INPUT: return "invalid target (not a finite rigid transform)";
+    case IKINE7_OUT_OF_REACH: return "out of reach of the arm, whatever the limits";
+    case IKINE7_JOINT_LIMIT:
+        return "no solution inside the modeling joint limits (in the search window; try --wide)";
+    case IKINE7_SPEED_LIMIT:
+        return "no solution within the joint speed limits over one control period (try --wide)";
     default: return "seven-axis solver code";
     }
-}
-
-std::string joints_text(const double *q, int n, bool degrees) {
-    std::string s;
-    for (int j = 0; j < n; ++j) {
-        if (j) s += ' ';
-        s += std::isnan(q[j]) ? std::string("-") : fmt(degrees ? q[j] * kDeg : q[j]);
-    }
-    return s;
 }
 
 // Candidate lines for --all, from the solver core's own observer.
@@ -53,115 +58,184 @@ struct Lister {
     void candidate(const tova::ik::CandidateReport &r) { seen.push_back(r); }
 };
 
+struct Candidate {
+    int number;
+    double joints[6];  // machine angles, NaN where not computed
+    std::string fate;  // "chosen", "scored", "bound", "invalid"
+    double cost;       // NaN unless scored
+    int joint;         // rejected joint (bound) or 0
+};
+
+struct Solution {
+    int32_t rc;
+    float q[8];
+    std::vector<Candidate> candidates;  // --all only
+    int modeling_joint = 0;             // --all, rc -2: the joint outside its modeling limit
+};
+
 // Same preparation and solver as inverse_kinematics, on a local state with an
-// observer; prints the candidates. Returns the result code.
-int32_t list_candidates(const float *current, const Pose &pose, bool degrees, float *q_out) {
+// observer that records every candidate.
+Solution solve_listing(const float *current, const Pose &pose) {
+    Solution sol{};
     tova::ik::SixAxisState s{};
     float q[8];
     const uint32_t type = tova::ik::prepare_entry(s, current, pose, 0, q);
     Lister lister;
-    const int32_t rc = tova::ik::solve_six_axis(s, type, false, q, q_out, lister);
-    if (rc == -4) throw CliError("--all lists the six-axis closed forms only");
+    sol.rc = tova::ik::solve_six_axis(s, type, false, q, sol.q, lister);
+    if (sol.rc == -4) throw CliError("--all lists the six-axis closed forms only");
     const bool vesk_scheme = type == ROBOT_VESK || type == ROBOT_PIRRA_2;
     // joint 6 is solved without its whole turns; shown with them
-    const double turns = vesk_scheme ? s.Iconsult6a_0 : static_cast<double>(tova::ik::whole_turns(static_cast<double>(q[5])));
+    const double turns = vesk_scheme ? s.Iconsult6a_0
+                                     : static_cast<double>(tova::ik::whole_turns(static_cast<double>(q[5])));
     int chosen = 0;
     for (const auto &c : lister.seen)
         if (c.became_best) chosen = c.number;
-    std::printf("candidates (machine angles; cost in squared radians, joints 1-3 weighted %s):\n",
-                vesk_scheme ? "2 x 1.2" : "2.4");
     for (const auto &c : lister.seen) {
-        double m[6];
-        for (int j = 0; j < 6; ++j) m[j] = c.joints[j] - s.robot_dh.offset[j] + (j == 5 ? turns * tova::ik::kTurnD : 0.0);
-        if (c.fate == tova::ik::Fate::invalid) m[1] = m[2] = m[3] = NAN;  // no arm solution
-        std::string why;
-        switch (c.fate) {
-        case tova::ik::Fate::scored:
-            why = "cost " + fmt(c.cost, 6) + (c.number == chosen ? "  <- chosen" : "");
-            break;
-        case tova::ik::Fate::bound:
-            why = "rejected: joint " + std::to_string(c.joint) + " outside its candidate bound";
-            break;
-        case tova::ik::Fate::invalid:
-            why = "rejected: no elbow solution (out of reach)";
-            break;
-        }
-        std::printf("  %d: %s   %s\n", c.number, joints_text(m, 6, degrees).c_str(), why.c_str());
+        Candidate out{c.number, {}, "", c.cost, c.joint};
+        for (int j = 0; j < 6; ++j)
+            out.joints[j] = c.joints[j] - s.robot_dh.offset[j] + (j == 5 ? turns * tova::ik::kTurnD : 0.0);
+        if (c.fate == tova::ik::Fate::invalid) out.joints[1] = out.joints[2] = out.joints[3] = NAN;
+        out.fate = c.fate == tova::ik::Fate::scored ? (c.number == chosen ? "chosen" : "scored")
+                   : c.fate == tova::ik::Fate::bound ? "bound"
+                                                     : "invalid";
+        sol.candidates.push_back(out);
     }
-    if (rc == -2)
-        for (int j = 0; j < 6; ++j) {
+    if (sol.rc == -2)
+        for (int j = 0; j < 6 && !sol.modeling_joint; ++j) {
             const float o = s.robot_dh.offset[j];
-            if (q_out[j] > s.joint_max_limit[j] - o || q_out[j] < s.joint_min_limit[j] - o) {
-                std::printf("  chosen candidate rejected: joint %d outside its modeling limit\n", j + 1);
-                break;
-            }
+            if (sol.q[j] > s.joint_max_limit[j] - o || sol.q[j] < s.joint_min_limit[j] - o)
+                sol.modeling_joint = j + 1;
         }
-    return rc;
+    return sol;
+}
+
+// Restores the seven-axis search settings when the command ends.
+struct WideSearch {
+    uint32_t strategy = ikine_get_7dof_solver_search_strategy();
+    float range = ikine_get_solution_range_quell();
+    explicit WideSearch(bool on) {
+        if (!on) return;
+        ikine_set_7dof_solver_search_strategy(0);
+        ikine_set_solution_range_quell(3.14f);
+    }
+    ~WideSearch() {
+        ikine_set_7dof_solver_search_strategy(strategy);
+        ikine_set_solution_range_quell(range);
+    }
+};
+
+std::string joints_text(const double *q, int n, double scale) {
+    std::string s;
+    for (int j = 0; j < n; ++j) s += (j ? " " : "") + (std::isnan(q[j]) ? std::string("-") : fmt(q[j] * scale));
+    return s;
+}
+
+std::string candidates_json(const Solution &sol, double scale) {
+    std::string s = "[";
+    for (size_t i = 0; i < sol.candidates.size(); ++i) {
+        const Candidate &c = sol.candidates[i];
+        float q[6];
+        for (int j = 0; j < 6; ++j) q[j] = static_cast<float>(c.joints[j]);
+        s += std::string(i ? ", " : "") + "{\"number\": " + std::to_string(c.number) +
+             ", \"joints\": " + json_array(q, 6, scale) + ", \"fate\": \"" + c.fate + "\"";
+        if (!std::isnan(c.cost)) s += ", \"cost\": " + fmt_exact(static_cast<float>(c.cost));
+        if (c.fate == "bound") s += ", \"joint\": " + std::to_string(c.joint);
+        s += "}";
+    }
+    return s + "]";
+}
+
+std::string result_json(const Solution &sol, int dof, double scale, bool all) {
+    std::string s = "{\"result\": " + std::to_string(sol.rc) + ", \"meaning\": " +
+                    json_string(meaning(sol.rc)) + ", \"joints\": " +
+                    (sol.rc == -4 ? std::string("null") : json_array(sol.q, dof, scale));
+    if (all) s += ", \"candidates\": " + candidates_json(sol, scale);
+    return s + "}";
+}
+
+void print_text(const Solution &sol, int dof, bool degrees, bool all) {
+    const double scale = angle_scale(degrees);
+    std::printf("model %s, tool pose in the work frame\n", model_name(libalgo_get_robot_type()));
+    if (all) {
+        std::printf("candidates (machine angles%s; cost in squared radians):\n", degrees ? ", deg" : "");
+        for (const auto &c : sol.candidates) {
+            std::string why = c.fate == "chosen"   ? "cost " + fmt(c.cost) + "  <- chosen"
+                              : c.fate == "scored" ? "cost " + fmt(c.cost)
+                              : c.fate == "bound"  ? "rejected: joint " + std::to_string(c.joint) +
+                                                        " outside its candidate bound"
+                                                   : "rejected: no elbow solution (out of reach)";
+            std::printf("  %d: %s   %s\n", c.number, joints_text(c.joints, 6, scale).c_str(), why.c_str());
+        }
+        if (sol.modeling_joint)
+            std::printf("  chosen candidate rejected: joint %d outside its modeling limit\n",
+                        sol.modeling_joint);
+    }
+    if (sol.rc != -4) {
+        double q[8];
+        for (int j = 0; j < dof; ++j) q[j] = sol.q[j];
+        std::printf("joints%s: %s\n", degrees ? " (deg)" : "", joints_text(q, dof, scale).c_str());
+    }
+    std::printf("result %d: %s\n", sol.rc, meaning(sol.rc));
+}
+
+// ik --numerical: the same request for the numerical solver's command.
+int run_numerical(const Args &args) {
+    auto it = registry().find("ik-numerical");
+    if (it == registry().end()) throw CliError("numerical IK not available in this build");
+    Args forwarded;
+    for (const auto &a : args) {
+        if (a == "--numerical") continue;
+        if (a == "--all" || a == "--wide")
+            throw CliError(a + " belongs to the closed-form solvers; not with --numerical");
+        if (a == "--current") forwarded.push_back("--seed");
+        else if (a.rfind("--current=", 0) == 0) forwarded.push_back("--seed=" + a.substr(10));
+        else forwarded.push_back(a);
+    }
+    return it->second.run(forwarded);
 }
 
 int run(const Args &args) {
-    if (std::find(args.begin(), args.end(), "--numerical") != args.end()) {
-        auto it = registry().find("ik-numerical");
-        if (it == registry().end()) throw CliError("numerical IK not available in this build");
-        Args forwarded;
-        for (size_t i = 0; i < args.size(); ++i) {
-            if (args[i] == "--numerical") continue;
-            if (args[i] == "--all") throw CliError("--all lists the closed-form candidates; not with --numerical");
-            if (args[i] == "--current") forwarded.push_back("--seed");
-            else if (args[i].rfind("--current=", 0) == 0) forwarded.push_back("--seed=" + args[i].substr(10));
-            else forwarded.push_back(args[i]);
-        }
-        return it->second.run(forwarded);
-    }
-    std::vector<std::string> valued = kArmOptions;
-    valued.push_back("current");
-    Options opt(args, {"degrees", "all", "quat", "matrix"}, valued);
+    if (std::find(args.begin(), args.end(), "--numerical") != args.end()) return run_numerical(args);
+    Options opt(args, {"degrees", "json", "all", "wide", "quat", "matrix"}, arm_options({"current"}));
     setup_arm(opt);
-    const bool degrees = opt.flag("degrees");
+    const bool degrees = opt.flag("degrees"), json = opt.flag("json"), all = opt.flag("all");
+    const double scale = angle_scale(degrees);
     const int dof = libalgo_get_rbt_dof();
-    if (opt.flag("quat") && opt.flag("matrix")) throw CliError("give at most one of --quat, --matrix");
+    const PoseForm form = pose_form(opt);
+    const WideSearch wide(opt.flag("wide"));
 
-    std::vector<float> current(8, 0.0f);
+    float current[8] = {};
     if (auto c = opt.value("current")) {
         const std::vector<float> q = parse_joints({*c}, degrees);
-        std::copy(q.begin(), q.end(), current.begin());
+        std::copy(q.begin(), q.end(), current);
     }
-    const std::vector<float> v = parse_floats(opt.positional(), "the pose");
-    Pose pose{};
-    uint8_t is_euler = 0;
-    if (opt.flag("matrix")) {
-        if (v.size() != 16) throw CliError("--matrix needs 16 numbers");
-        Matrix m = zero_matrix(4, 4);
-        for (int i = 0; i < 16; ++i) m.data[i / 4][i % 4] = v[i];
-        pose = transformation_matrix_to_pose(m);
-    } else if (opt.flag("quat")) {
-        if (v.size() != 7) throw CliError("--quat needs x y z qw qx qy qz");
-        pose.x = v[0], pose.y = v[1], pose.z = v[2];
-        pose.quaternion = Quaternion{v[3], v[4], v[5], v[6]};
-    } else {
-        if (v.size() != 6) throw CliError("the pose needs x y z rx ry rz");
-        const double k = degrees ? 1.0 / kDeg : 1.0;
-        pose.x = v[0], pose.y = v[1], pose.z = v[2];
-        pose.euler = Euler{static_cast<float>(v[3] * k), static_cast<float>(v[4] * k), static_cast<float>(v[5] * k)};
-        is_euler = 1;
-    }
+    auto solve = [&](const Target &t) {
+        Solution sol{};
+        if (all) return solve_listing(current, t.pose);
+        sol.rc = inverse_kinematics(current, &t.pose, sol.q, t.is_euler);
+        return sol;
+    };
 
-    std::printf("model %s, tool pose in the work frame\n", model_name(libalgo_get_robot_type()));
-    float out[8] = {};
-    int32_t rc;
-    if (opt.flag("all")) {
-        if (is_euler) pose.quaternion = euler_to_quat(pose.euler);
-        rc = list_candidates(current.data(), pose, degrees, out);
-    } else {
-        rc = inverse_kinematics(current.data(), &pose, out, is_euler);
+    if (opt.streaming()) {
+        if (all) throw CliError("--all lists the candidates of one pose; not with '-'");
+        return stream_lines(
+            [&](const Args &words) {
+                const Solution sol = solve(parse_target(parse_floats(words, "the pose"), form, degrees));
+                if (sol.rc == 0) std::copy(sol.q, sol.q + dof, current);  // track the trajectory
+                LineResult r;
+                r.output = json ? result_json(sol, dof, scale, false)
+                                : sol.rc == -4 ? nan_line(dof) : number_line(sol.q, dof, scale);
+                if (sol.rc != 0) r.note = "result " + std::to_string(sol.rc) + ": " + meaning(sol.rc);
+                return r;
+            },
+            nan_line(dof), json);
     }
-    if (rc != -4) {
-        double q[8];
-        for (int j = 0; j < dof; ++j) q[j] = out[j];
-        std::printf("joints%s: %s\n", degrees ? " (deg)" : "", joints_text(q, dof, degrees).c_str());
-    }
-    std::printf("result %d: %s\n", rc, meaning(rc));
-    return 0;
+    const Solution sol = solve(parse_target(parse_floats(opt.positional(), "the pose"), form, degrees));
+    if (json)
+        std::printf("%s\n", result_json(sol, dof, scale, all).c_str());
+    else
+        print_text(sol, dof, degrees, all);
+    return sol.rc == 0 ? kExitOk : kExitUnsolved;
 }
 
 const Registrar reg("ik", "inverse kinematics: joint angles for a tool pose (closed form)", kUsage, run);

@@ -1,6 +1,5 @@
 // tova-kin ik-numerical: joint angles for a tool pose by the library's
 // numerical solver (also reached through `tova-kin ik --numerical`).
-#include <cmath>
 #include <cstdio>
 
 #include "cli.hpp"
@@ -8,26 +7,31 @@
 namespace tova_cli {
 namespace {
 
-const char *kUsage =
-    "usage: tova-kin ik-numerical [--model NAME] [--sensor N] [--seed q1,...] [--tolerance T]\n"
-    "                             [--iterations N] [--tool ...] [--work ...] [--install ...]\n"
-    "                             [--degrees] [--json] (x y z rx ry rz | --quat x y z w qx qy qz\n"
-    "                             | --matrix m00 ... m33)\n\n"
+const std::string kUsage =
+    "usage: tova-kin ik-numerical [arm options] [--seed q1,...] [--tolerance T]\n"
+    "                             [--iterations N] [--json] [--quat | --matrix]\n"
+    "                             (pose numbers | -)\n\n"
     "Solves for machine joint angles that put the tool centre point at the given pose in\n"
     "the work frame, by damped least squares with up to thirteen restarts from perturbed\n"
-    "seeds. The seed defaults to the middle of the joint ranges; tolerance (bound on half\n"
-    "the squared pose error) defaults to 1e-5 and iterations per start to 100. Euler\n"
-    "angles and seed in radians, or degrees with --degrees; --matrix takes 16 numbers\n"
-    "row-major. Exit status 0 also when the solver fails; the result code is printed.";
+    "seeds; works for every model. Prints the result code, the joints and the pose they\n"
+    "reach.\n"
+    "  --seed q1,...    start joints (default: the middle of the joint ranges)\n"
+    "  --tolerance T    bound on half the squared pose error (default 1e-5)\n"
+    "  --iterations N   iterations per start (default 100)\n\n" +
+    std::string(kTargetHelp) + "\n" + kArmHelp + kJsonHelp + "\n" +
+    stream_help("pose", "q1 ... qn (with --json the whole result)",
+                "Each pose is seeded with the previous line's solution. A pose that does not\n"
+                "converge is noted on standard error and the exit status is 1.\n") +
+    "\nExit status: 0 converged, 1 not converged (result code printed), 2 bad input.";
 
 int run(const Args &args) {
-    std::vector<std::string> valued = kArmOptions;
-    for (const char *v : {"seed", "tolerance", "iterations"}) valued.push_back(v);
-    Options opt(args, {"degrees", "json", "quat", "matrix"}, valued);
+    Options opt(args, {"degrees", "json", "quat", "matrix"},
+                arm_options({"seed", "tolerance", "iterations"}));
     setup_arm(opt);
-    const bool degrees = opt.flag("degrees");
+    const bool degrees = opt.flag("degrees"), json = opt.flag("json");
+    const double scale = angle_scale(degrees);
     const int dof = libalgo_get_rbt_dof();
-    if (opt.flag("quat") && opt.flag("matrix")) throw CliError("give at most one of --quat, --matrix");
+    const PoseForm form = pose_form(opt);
 
     IkNumericalRequest req{};
     req.max_iterations = 100;
@@ -47,42 +51,56 @@ int run(const Args &args) {
         for (int i = 0; i < dof && i < 7; ++i) req.seed[i] = seed[i];
     }
 
-    std::vector<float> v = parse_floats(opt.positional(), "the pose");
-    const char *format = "Euler";
-    if (opt.flag("matrix")) {
-        if (v.size() != 16) throw CliError("--matrix needs 16 numbers");
-        req.target_matrix = zero_matrix(4, 4);
-        for (int i = 0; i < 16; ++i) req.target_matrix.data[i / 4][i % 4] = v[i];
-        format = "T";
-    } else if (opt.flag("quat")) {
-        if (v.size() != 7) throw CliError("--quat needs x y z w qx qy qz");
-        req.pose.x = v[0], req.pose.y = v[1], req.pose.z = v[2];
-        req.pose.quaternion = Quaternion{v[3], v[4], v[5], v[6]};
-        format = "quaternion";
-    } else {
-        if (v.size() != 6) throw CliError("the pose needs x y z rx ry rz");
-        const float k = degrees ? static_cast<float>(1.0 / kDeg) : 1.0f;
-        req.pose.x = v[0], req.pose.y = v[1], req.pose.z = v[2];
-        req.pose.euler = Euler{v[3] * k, v[4] * k, v[5] * k};
-    }
+    struct Result {
+        int32_t code;
+        float q[8];
+        Pose reached;
+    };
+    auto solve = [&](const std::vector<float> &numbers) {
+        const Target t = parse_target(numbers, form, degrees);
+        const char *format = "Euler";
+        if (form == PoseForm::matrix && numbers.size() == 16) {
+            req.target_matrix = t.matrix;
+            format = "T";
+        } else {
+            req.pose = t.pose;
+            if (!t.is_euler) format = "quaternion";
+        }
+        Result r{};
+        r.code = ikine_numerical_solution(&req, format, r.q);
+        r.reached = transformation_matrix_to_pose(kin_universal_kinematics_Tn(r.q, "machine", "Twt"));
+        return r;
+    };
+    auto to_json = [&](const Result &r) {
+        return "{\"result\": " + std::to_string(r.code) + ", \"joints\": " + json_array(r.q, dof, scale) +
+               ", \"reached\": " + json_pose(r.reached, degrees) + "}";
+    };
 
-    float q[8] = {};
-    const int32_t code = ikine_numerical_solution(&req, format, q);
-    const Matrix reached = kin_universal_kinematics_Tn(q, "machine", "Twt");
-    const Pose p = transformation_matrix_to_pose(reached);
-    if (opt.flag("json")) {
-        std::printf("{\"result\": %d, \"joints\": %s, \"reached\": %s}\n", code,
-                    json_array(q, dof, degrees ? kDeg : 1.0).c_str(), json_pose(p).c_str());
-        return 0;
+    if (opt.streaming())
+        return stream_lines(
+            [&](const Args &words) {
+                const Result r = solve(parse_floats(words, "the pose"));
+                if (r.code == 0)
+                    for (int i = 0; i < dof && i < 7; ++i) req.seed[i] = r.q[i];  // track the trajectory
+                return LineResult{json ? to_json(r) : number_line(r.q, dof, scale),
+                                  r.code == 0 ? "" : "result " + std::to_string(r.code) + ": not converged"};
+            },
+            nan_line(dof), json);
+
+    const Result r = solve(parse_floats(opt.positional(), "the pose"));
+    if (json) {
+        std::printf("%s\n", to_json(r).c_str());
+    } else {
+        std::printf("result             : %d (%s)\n", r.code,
+                    r.code == 0 ? "converged within limits" : "failed");
+        std::printf("joints (rad)       :");
+        for (int i = 0; i < dof; ++i) std::printf(" %s", fmt(r.q[i]).c_str());
+        std::printf("\njoints (deg)       :");
+        for (int i = 0; i < dof; ++i) std::printf(" %s", fmt(r.q[i] * kDeg, 4).c_str());
+        std::printf("\nreached pose:\n");
+        print_pose(r.reached);
     }
-    std::printf("result             : %d (%s)\n", code, code == 0 ? "converged within limits" : "failed");
-    std::printf("joints (rad)       :");
-    for (int i = 0; i < dof; ++i) std::printf(" %s", fmt(q[i]).c_str());
-    std::printf("\njoints (deg)       :");
-    for (int i = 0; i < dof; ++i) std::printf(" %s", fmt(q[i] * kDeg, 4).c_str());
-    std::printf("\nreached pose:\n");
-    print_pose(p);
-    return 0;
+    return r.code == 0 ? kExitOk : kExitUnsolved;
 }
 
 const Registrar reg("ik-numerical", "numerical inverse kinematics of a tool pose (any model)",

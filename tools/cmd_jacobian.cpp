@@ -10,15 +10,15 @@
 namespace tova_cli {
 namespace {
 
-const char *kUsage =
-    "usage: tova-kin jacobian [--model NAME] [--sensor N] [--frame flange|tool|work]\n"
-    "                         [--tool x,y,z,rx,ry,rz] [--work x,y,z,rx,ry,rz] [--install rx,ry,rz]\n"
-    "                         [--degrees] [--json] q1 ... qn\n\n"
-    "Prints the geometric Jacobian (rows: vx vy vz wx wy wz; column j: joint j) of the\n"
-    "configured arm at machine joint angles q, in the flange frame (default), the tool\n"
-    "frame or work-frame axes, then its singular values and the manipulability\n"
-    "sqrt(det(J J^T)) (the product of the singular values). Angles in radians, or\n"
-    "degrees with --degrees.";
+const std::string kUsage =
+    "usage: tova-kin jacobian [arm options] [--frame flange|tool|work] [--json]\n"
+    "                         (q1 ... qn | -)\n\n"
+    "Prints the geometric Jacobian (rows: vx vy vz wx wy wz; column j: joint j, per radian)\n"
+    "of the configured arm at machine joint angles q, in the flange frame (default), the\n"
+    "tool frame or work-frame axes, then its singular values and the manipulability\n"
+    "sqrt(det(J J^T)) (the product of the singular values).\n\n" +
+    std::string(kArmHelp) + kJsonHelp + "\n" +
+    stream_help("joint vector", "the manipulability, then the 6 x n Jacobian row by row");
 
 // Singular values of the rows x cols block by one-sided Jacobi rotations in
 // double (independent of the library's f32 decompositions), descending.
@@ -61,47 +61,69 @@ std::vector<double> singular_values(const MatrixMore &J) {
     return s;
 }
 
-int run(const Args &args) {
-    std::vector<std::string> valued = kArmOptions;
-    valued.push_back("frame");
-    Options opt(args, {"degrees", "json"}, valued);
-    setup_arm(opt);
-    const std::vector<float> q = parse_joints(opt.positional(), opt.flag("degrees"));
-    const std::string frame = opt.value("frame").value_or("flange");
+struct Result {
     MatrixMore J;
+    std::vector<double> sv;
+    double manipulability;
+};
+
+Result jacobian_at(const std::vector<float> &q, const std::string &frame) {
+    Result r;
     if (frame == "flange")
-        J = kin_calc_jacobe_Jn(q.data(), "machine");
+        r.J = kin_calc_jacobe_Jn(q.data(), "machine");
     else if (frame == "tool")
-        J = kin_calc_jacobe_Jt(q.data(), "machine");
-    else if (frame == "work")
-        J = kin_calc_jacobe_J0(q.data(), "machine");
+        r.J = kin_calc_jacobe_Jt(q.data(), "machine");
     else
+        r.J = kin_calc_jacobe_J0(q.data(), "machine");
+    r.sv = singular_values(r.J);
+    r.manipulability = r.sv.empty() ? 0.0 : 1.0;
+    for (double s : r.sv) r.manipulability *= s;
+    return r;
+}
+
+std::string to_json(const Result &r, const std::string &frame) {
+    std::vector<float> sv(r.sv.begin(), r.sv.end());
+    return "{\"frame\": \"" + frame + "\", \"jacobian\": " + json_matrix(r.J) +
+           ", \"singular_values\": " + json_array(sv) + ", \"manipulability\": " +
+           json_number(static_cast<float>(r.manipulability)) + "}";
+}
+
+int run(const Args &args) {
+    Options opt(args, {"degrees", "json"}, arm_options({"frame"}));
+    setup_arm(opt);
+    const bool degrees = opt.flag("degrees"), json = opt.flag("json");
+    const std::string frame = opt.value("frame").value_or("flange");
+    if (frame != "flange" && frame != "tool" && frame != "work")
         throw CliError("--frame must be flange, tool or work");
 
-    const std::vector<double> sv = singular_values(J);
-    double manip = sv.empty() ? 0.0 : 1.0;
-    for (double s : sv) manip *= s;
-
-    if (opt.flag("json")) {
-        std::printf("{\"frame\": \"%s\", \"jacobian\": [", frame.c_str());
-        for (int r = 0; r < J.rows; ++r)
-            std::printf("%s%s", r ? ", " : "", json_array(J.data[r], J.cols).c_str());
-        std::printf("], \"singular_values\": [");
-        for (size_t i = 0; i < sv.size(); ++i) std::printf("%s%s", i ? ", " : "", fmt(sv[i], 9).c_str());
-        std::printf("], \"manipulability\": %s}\n", fmt(manip, 9).c_str());
-        return 0;
+    if (opt.streaming()) {
+        const int n = libalgo_get_rbt_dof();
+        return stream_lines(
+            [&](const Args &words) {
+                const Result r = jacobian_at(parse_joints(words, degrees), frame);
+                if (json) return LineResult{to_json(r, frame), ""};
+                std::string line = fmt_exact(static_cast<float>(r.manipulability));
+                for (int i = 0; i < r.J.rows; ++i) line += " " + number_line(r.J.data[i], r.J.cols);
+                return LineResult{line, ""};
+            },
+            nan_line(1 + 6 * n), json);
+    }
+    const Result r = jacobian_at(parse_joints(opt.positional(), degrees), frame);
+    if (json) {
+        std::printf("%s\n", to_json(r, frame).c_str());
+        return kExitOk;
     }
     static const char *kRowNames[6] = {"vx", "vy", "vz", "wx", "wy", "wz"};
-    std::printf("Jacobian, %s frame (6 x %d):\n", frame.c_str(), J.cols);
-    for (int r = 0; r < J.rows; ++r) {
-        std::printf("  %s [", kRowNames[r]);
-        for (int c = 0; c < J.cols; ++c) std::printf("%s%10s", c ? " " : "", fmt(J.data[r][c]).c_str());
+    std::printf("Jacobian, %s frame (6 x %d):\n", frame.c_str(), r.J.cols);
+    for (int i = 0; i < r.J.rows; ++i) {
+        std::printf("  %s [", kRowNames[i]);
+        for (int c = 0; c < r.J.cols; ++c) std::printf("%s%10s", c ? " " : "", fmt(r.J.data[i][c]).c_str());
         std::printf(" ]\n");
     }
     std::printf("singular values    :");
-    for (double s : sv) std::printf(" %s", fmt(s).c_str());
-    std::printf("\nmanipulability     : %s\n", fmt(manip, 9).c_str());
-    return 0;
+    for (double s : r.sv) std::printf(" %s", fmt(s).c_str());
+    std::printf("\nmanipulability     : %s\n", fmt(r.manipulability, 9).c_str());
+    return kExitOk;
 }
 
 const Registrar reg("jacobian", "Jacobian, singular values and manipulability at a joint vector",

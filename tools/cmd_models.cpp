@@ -42,20 +42,21 @@ const char *convention(const ModelSummary &s) {
 }
 
 int run(const Args &args) {
-    Options opt(args, {"json"}, {});
-    if (!opt.positional().empty()) throw CliError("models takes no arguments");
+    Options opt(args, {"json", "degrees"}, {});
+    opt.no_positional();
+    const double scale = angle_scale(opt.flag("degrees"));
     auto models = collect();
     if (opt.flag("json")) {
         std::printf("[");
         for (size_t i = 0; i < models.size(); ++i) {
             const auto &s = models[i];
             std::printf("%s\n  {\"type\": %u, \"name\": \"%s\", \"joints\": %d, \"dh\": \"%s\", "
-                        "\"sensors\": \"%s\", \"upper_deg\": %s, \"lower_deg\": %s}",
+                        "\"sensors\": \"%s\", \"upper\": %s, \"lower\": %s}",
                         i ? "," : "", s.type, s.name, s.dof, convention(s), s.sensors.c_str(),
-                        json_array(s.upper, kDeg, 3).c_str(), json_array(s.lower, kDeg, 3).c_str());
+                        json_array(s.upper, scale).c_str(), json_array(s.lower, scale).c_str());
         }
         std::printf("\n]\n");
-        return 0;
+        return kExitOk;
     }
     std::printf("%-4s %-10s %-6s %-9s %-8s %s\n", "type", "name", "joints", "DH", "sensors",
                 "joint limits (deg, lower..upper)");
@@ -66,13 +67,15 @@ int run(const Args &args) {
         std::printf("%-4u %-10s %-6d %-9s %-8s %s\n", s.type, s.name, s.dof, convention(s),
                     s.sensors.c_str(), limits.c_str());
     }
-    return 0;
+    return kExitOk;
 }
 
 const Registrar reg("models", "list the arm models of the catalogue",
-                    "usage: tova-kin models [--json]\n\n"
-                    "Lists every model: type number, name, joints, DH convention of the link\n"
-                    "transforms, accepted sensor types and joint limits in degrees.",
+                    std::string("usage: tova-kin models [--json [--degrees]]\n\n"
+                                "Lists every model: type number, name, joints, DH convention of the\n"
+                                "link transforms, accepted sensor types and joint limits (degrees;\n"
+                                "in JSON radians unless --degrees).\n") +
+                        kJsonHelp,
                     run);
 
 }  // namespace
