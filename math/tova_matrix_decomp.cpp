@@ -146,6 +146,10 @@ void tridiagonalise(int n, double (*a)[kMatCap], double *d, double *e, double (*
     if (n > 0) e[n - 1] = 0.0;
 }
 
+// sqrt(a^2 + b^2) without std::hypot's (slow) overflow guard: the operands
+// derive from float data, so their squares stay far inside double's range.
+inline double pythag(double a, double b) { return std::sqrt(a * a + b * b); }
+
 // Implicit QL with Wilkinson shifts on the tridiagonal (d, e); rotations are
 // applied to the column arrays z when given.
 bool tridiagonal_ql(int n, double *d, double *e, double (*z)[kMatCap], double bound) {
@@ -161,14 +165,14 @@ bool tridiagonal_ql(int n, double *d, double *e, double (*z)[kMatCap], double bo
             if (m != l) {
                 if (steps++ == kMaxStepsPerEigenvalue) return false;
                 double g = (d[l + 1] - d[l]) / (2.0 * e[l]);
-                double r = std::hypot(g, 1.0);
+                double r = pythag(g, 1.0);
                 g = d[m] - d[l] + e[l] / (g + std::copysign(r, g));
                 double s = 1.0, c = 1.0, p = 0.0;
                 int i;
                 for (i = m - 1; i >= l; --i) {
                     double f = s * e[i];
                     const double b = c * e[i];
-                    r = std::hypot(f, g);
+                    r = pythag(f, g);
                     e[i + 1] = r;
                     if (r == 0.0) {  // underflow: split here and retry
                         d[i + 1] -= p;

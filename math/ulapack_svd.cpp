@@ -16,10 +16,17 @@ constexpr int kMaxSweeps = 30;
 // fewer than full double convergence.
 constexpr double kOrthogonalityTol = 1e-9;
 
+// Two interleaved partial sums halve the dependent-add chain of these short
+// dot products, which sit on the critical path of every rotation.
 inline double dot(const double *x, const double *y, int n) {
-    double s = 0.0;
-    for (int i = 0; i < n; ++i) s += x[i] * y[i];
-    return s;
+    double s0 = 0.0, s1 = 0.0;
+    int i = 0;
+    for (; i + 1 < n; i += 2) {
+        s0 += x[i] * y[i];
+        s1 += x[i + 1] * y[i + 1];
+    }
+    if (i < n) s0 += x[i] * y[i];
+    return s0 + s1;
 }
 
 inline void rotate(double *x, double *y, int n, double c, double s) {
@@ -43,30 +50,67 @@ bool jacobi_svd(TallCols &t, SvdWork &w, bool want_vectors) {
     double norm2[kMatCap];
     for (int j = 0; j < q; ++j) norm2[j] = dot(t.col[j], t.col[j], p);
 
+    // Round-robin ordering: each round pairs every column with another one,
+    // disjointly, so the rotations of a round are independent. Their
+    // parameters (a dot product and a chain of square roots and divisions
+    // each) are computed together before any column moves, which lets the
+    // processor overlap those latency-bound chains. q odd adds a bye slot.
+    const int slots = q + (q & 1);
+    int seat[kMatCap + 1];
+    for (int i = 0; i < slots; ++i) seat[i] = i;
+    const double tol2 = kOrthogonalityTol * kOrthogonalityTol;
+
     bool converged = (q < 2);
     for (int sweep = 0; sweep < kMaxSweeps && !converged; ++sweep) {
         converged = true;
-        for (int a = 0; a + 1 < q; ++a) {
-            for (int b = a + 1; b < q; ++b) {
+        for (int round = 0; round + 1 < slots; ++round) {
+            int pa[kMatCap / 2], pb[kMatCap / 2];
+            double cs[kMatCap / 2], sn[kMatCap / 2];
+            int pairs = 0;
+            for (int i = 0; i < slots / 2; ++i) {
+                int a = seat[i], b = seat[slots - 1 - i];
+                if (a >= q || b >= q) continue;  // the bye
+                if (a > b) {
+                    const int tmp = a;
+                    a = b;
+                    b = tmp;
+                }
                 const double alpha = norm2[a], beta = norm2[b];
                 if (alpha == 0.0 || beta == 0.0) continue;  // a zero column stays zero
                 const double gamma = dot(t.col[a], t.col[b], p);
-                if (std::fabs(gamma) <= kOrthogonalityTol * std::sqrt(alpha * beta)) continue;
-                converged = false;
-                // Rotation that makes columns a and b orthogonal (smaller angle).
-                const double zeta = (beta - alpha) / (2.0 * gamma);
-                const double tn = std::copysign(1.0, zeta) / (std::fabs(zeta) + std::sqrt(1.0 + zeta * zeta));
-                const double c = 1.0 / std::sqrt(1.0 + tn * tn);
-                const double s = c * tn;
-                rotate(t.col[a], t.col[b], p, c, s);
-                if (want_vectors) rotate(vcol[a], vcol[b], q, c, s);
-                // Exact norm updates; recomputed where cancellation would cost digits.
-                const double big = alpha > beta ? alpha : beta;
+                if (gamma * gamma <= tol2 * alpha * beta) continue;
+                // Rotation that makes columns a and b orthogonal, by the smaller
+                // angle: t = tan(theta) = sign(d) g2 / (|d| + sqrt(d^2 + g2^2))
+                // with d = beta - alpha, g2 = 2 gamma (the textbook
+                // sign(zeta) / (|zeta| + sqrt(1 + zeta^2)), zeta = d / g2, without
+                // its leading division), and c = 1/sqrt(1 + t^2) as sqrt(u) * (1/u)
+                // so that the square root and the division run side by side.
+                const double d = beta - alpha, g2 = 2.0 * gamma;
+                const double tn = std::copysign(1.0, d) * g2 / (std::fabs(d) + std::sqrt(d * d + g2 * g2));
+                const double u = 1.0 + tn * tn;
+                const double c = std::sqrt(u) * (1.0 / u);
                 norm2[a] = alpha - tn * gamma;
                 norm2[b] = beta + tn * gamma;
+                pa[pairs] = a;
+                pb[pairs] = b;
+                cs[pairs] = c;
+                sn[pairs] = c * tn;
+                ++pairs;
+            }
+            if (pairs > 0) converged = false;
+            for (int k = 0; k < pairs; ++k) {
+                const int a = pa[k], b = pb[k];
+                rotate(t.col[a], t.col[b], p, cs[k], sn[k]);
+                if (want_vectors) rotate(vcol[a], vcol[b], q, cs[k], sn[k]);
+                // Recompute a norm whose update cancelled (a column nearly vanished).
+                const double big = norm2[a] > norm2[b] ? norm2[a] : norm2[b];
                 if (norm2[a] < 1e-3 * big) norm2[a] = dot(t.col[a], t.col[a], p);
                 if (norm2[b] < 1e-3 * big) norm2[b] = dot(t.col[b], t.col[b], p);
             }
+            // Next round: seat 0 stays, the others move one place round.
+            const int last = seat[slots - 1];
+            for (int i = slots - 1; i > 1; --i) seat[i] = seat[i - 1];
+            if (slots > 1) seat[1] = last;
         }
         for (int j = 0; j < q; ++j) norm2[j] = dot(t.col[j], t.col[j], p);
     }

@@ -251,7 +251,8 @@ TEST(MergeSort, StableInBothOrders) {
             merge_sort(desc, got.data(), n);
             if (desc) std::stable_sort(want.begin(), want.end(), [](float x, float y) { return x > y; });
             else std::stable_sort(want.begin(), want.end());
-            EXPECT_EQ(std::memcmp(got.data(), want.data(), sizeof(float) * a.size()), 0) << n << " " << desc;
+            for (size_t i = 0; i < a.size(); ++i)
+                ASSERT_TRUE(got[i] == want[i] && std::signbit(got[i]) == std::signbit(want[i])) << n << " " << desc;
         }
     }
     std::vector<float> big(2001, 1.0f);
