@@ -31,7 +31,12 @@ MODELS = {"vesk": ROBOT_VESK, "quell": ROBOT_QUELL, "pirra_2": ROBOT_PIRRA_2,
           "taldo": ROBOT_TALDO, "lumo_c": ROBOT_LUMO_C, "generic_7": ROBOT_GENERIC_7}
 
 IK_CODES = {0: "ok", -1: "no candidate inside the joint bounds",
-            -2: "chosen solution outside a modeling joint limit", -4: "no solver for this model"}
+            -2: "chosen solution outside a modeling joint limit", -4: "no solver for this model",
+            -5: "invalid target", -6: "out of reach",
+            -7: "no solution inside the modeling joint limits (search window)",
+            -8: "no solution within the joint speed limits (search window)"}
+
+SINGULARITIES = {0: "none", -1: "shoulder", -2: "elbow", -3: "wrist"}
 
 
 def _out(values):
@@ -40,10 +45,15 @@ def _out(values):
 
 
 def _floats(seq, n=None):
+    """Float array of at least eight slots (the library's joint stores) from a sequence."""
     vals = [float(v) for v in seq]
     if n is not None and len(vals) < n:
         raise ValueError(f"expected at least {n} values, got {len(vals)}")
     return (C.c_float * max(len(vals), 8))(*vals)
+
+
+def _rows(m):
+    return [[m.data[r][c] for c in range(m.cols)] for r in range(m.rows)]
 
 
 def version():
@@ -53,14 +63,32 @@ def version():
 
 
 def select_model(model, sensor=0):
-    """Selects a model by name or type number; resets the whole configuration."""
-    t = MODELS[model] if isinstance(model, str) else int(model)
+    """Selects a model by name ('vesk', 'ROBOT_QUELL', 'pirra-2') or type number;
+    resets the whole configuration (tool, work frame, installation, limits)."""
+    if isinstance(model, str):
+        key = model.lower().replace("-", "_")
+        key = key[6:] if key.startswith("robot_") else key
+        if key not in MODELS:
+            raise ValueError(f"unknown model {model!r}; one of {', '.join(MODELS)}")
+        t = MODELS[key]
+    else:
+        t = int(model)
     if lib.libalgo_set_robot_and_sensor_type(t, int(sensor)) != 0:
         raise ValueError(f"model {model!r} does not accept sensor type {sensor}")
 
 
 def dof():
+    """Number of joints of the selected model (6 or 7)."""
     return lib.libalgo_get_rbt_dof()
+
+
+def joint_limits():
+    """(lower, upper) machine joint limits of the selected model, rad."""
+    hi, lo = (C.c_float * 8)(), (C.c_float * 8)()
+    lib.libalgo_get_jointlim_max(hi)
+    lib.libalgo_get_jointlim_min(lo)
+    n = dof()
+    return _out(list(lo[:n])), _out(list(hi[:n]))
 
 
 def set_tool(params):
@@ -69,7 +97,7 @@ def set_tool(params):
 
 
 def set_work(params):
-    """Work frame relative to the base: x, y, z, rx, ry, rz."""
+    """Work frame: x, y, z, rx, ry, rz (poses are reported and targeted in it)."""
     lib.libalgo_set_work_cs_params(_floats(params, 6))
 
 
@@ -84,10 +112,6 @@ def _pose_dict(p):
             "euler": _out([p.euler.rx, p.euler.ry, p.euler.rz])}
 
 
-def _matrix_rows(m):
-    return _out([[m.data[r][c] for c in range(m.cols)] for r in range(m.rows)])
-
-
 def fk(q):
     """Tool pose in the work frame: dict with position, quaternion (w, x, y, z), euler."""
     p = Pose()
@@ -96,17 +120,37 @@ def fk(q):
 
 
 def fk_matrix(q, frame="flange"):
-    """4 x 4 transform: 'flange' = flange in the base frame, 'world' = with installation,
-    'tool' = tool with installation (no work frame)."""
-    m = Matrix()
+    """4 x 4 transform (rows): 'flange' = flange in the base frame, 'world' = flange
+    with installation, 'tool' = tool with installation (no work frame), 'work' = tool
+    in the work frame (the pose fk reports)."""
+    qa = _floats(q, dof())
     fn = {"flange": lib.forward_kinematics_e, "world": lib.forward_kinematics_world_to_flange,
-          "tool": lib.forward_kinematics_for_unity}[frame]
-    fn(C.byref(m), _floats(q, dof()))
-    return _matrix_rows(m)
+          "tool": lib.forward_kinematics_for_unity, "work": lib.forward_kinematics_for_unity}.get(frame)
+    if fn is None:
+        raise ValueError(f"frame must be flange, world, tool or work, not {frame!r}")
+    m = Matrix()
+    fn(C.byref(m), qa)
+    if frame == "work":
+        w = Matrix()
+        lib.libalgo_get_work_cs_to_base_matrix(C.byref(w))
+        m = lib.matrix_m(C.byref(w), C.byref(m))
+    return _out(_rows(m))
+
+
+def _matrix_record(rows):
+    m = Matrix()
+    m.rows = m.cols = 4
+    for r in range(4):
+        for c in range(4):
+            m.data[r][c] = float(rows[r][c])
+    return m
 
 
 def _make_pose(target, orientation):
-    """Pose record from a dict as fk returns, or from 6 (Euler) / 7 (quaternion) numbers."""
+    """Pose record from a dict as fk returns, 6 (Euler) or 7 (quaternion) numbers,
+    or a 4 x 4 matrix (orientation 'matrix')."""
+    if orientation == "matrix":
+        return lib.transformation_matrix_to_pose(_matrix_record(target))
     p = Pose()
     if isinstance(target, dict):
         p.x, p.y, p.z = [float(v) for v in target["position"]]
@@ -116,6 +160,9 @@ def _make_pose(target, orientation):
             p.quaternion = Quaternion(*[float(v) for v in target["quaternion"]])
         return p
     vals = [float(v) for v in target]
+    need = 6 if orientation == "euler" else 7
+    if len(vals) != need:
+        raise ValueError(f"a {orientation} target has {need} numbers, got {len(vals)}")
     p.x, p.y, p.z = vals[:3]
     if orientation == "euler":
         p.euler = Euler(*vals[3:6])
@@ -124,48 +171,76 @@ def _make_pose(target, orientation):
     return p
 
 
-def ik(target, current, orientation="euler"):
-    """Closed-form (or seven-axis) inverse kinematics of a tool pose in the work frame.
+def _check_orientation(orientation):
+    if orientation not in ("euler", "quaternion", "matrix"):
+        raise ValueError(f"orientation must be euler, quaternion or matrix, not {orientation!r}")
+
+
+def ik(target, current=None, orientation="euler", wide=False):
+    """Inverse kinematics of a tool pose in the work frame with the model's closed form
+    (six axes) or seven-axis solver. target: a dict as fk returns, x y z rx ry rz
+    (orientation 'euler'), x y z qw qx qy qz ('quaternion') or 4 x 4 rows ('matrix').
+    current: joints to stay near (default zeros). wide: seven-axis models search the
+    whole redundancy range for this call instead of a window around current.
     Returns (code, joints); code 0 is success, see IK_CODES. Never raises on failure."""
+    _check_orientation(orientation)
     n = dof()
+    pose = _make_pose(target, orientation)
     out = (C.c_float * 8)()
-    code = lib.inverse_kinematics(_floats(current, n), C.byref(_make_pose(target, orientation)),
-                                  out, 1 if orientation == "euler" else 0)
+    cur = _floats(current if current is not None else [0.0] * n, n)
+    saved = (lib.ikine_get_7dof_solver_search_strategy(), lib.ikine_get_solution_range_quell())
+    if wide:
+        lib.ikine_set_7dof_solver_search_strategy(0)
+        lib.ikine_set_solution_range_quell(3.14)
+    try:
+        code = lib.inverse_kinematics(cur, C.byref(pose), out, 1 if orientation == "euler" else 0)
+    finally:
+        lib.ikine_set_7dof_solver_search_strategy(saved[0])
+        lib.ikine_set_solution_range_quell(saved[1])
     return code, _out(list(out[:n]))
 
 
-def ik_numerical(target, seed, tolerance=1e-5, iterations=100, orientation="euler"):
-    """Damped-least-squares inverse kinematics; returns (code, joints), code 0 or -1."""
+def ik_numerical(target, seed=None, tolerance=1e-5, iterations=100, orientation="euler",
+                 tool_frame=False):
+    """Damped-least-squares inverse kinematics for any model; returns (code, joints),
+    code 0 converged within limits, -1 not. seed defaults to the middle of the joint
+    ranges; target as for ik. tool_frame: use ikine_numerical_solution_tool_frame,
+    whose consistent error frame converges far more often than the standard solver."""
+    _check_orientation(orientation)
+    n = dof()
     req = IkNumericalRequest()
     req.max_iterations = int(iterations)
     req.tolerance = float(tolerance)
+    if seed is None:
+        lo, hi = joint_limits()
+        seed = [0.5 * (float(a) + float(b)) for a, b in zip(lo, hi)]
     for i, v in enumerate(list(seed)[:7]):
         req.seed[i] = float(v)
-    fmt = b"Euler" if orientation == "euler" else b"quaternion"
     if orientation == "matrix":
+        req.target_matrix = _matrix_record(target)
         fmt = b"T"
-        req.target_matrix.rows = req.target_matrix.cols = 4
-        for r in range(4):
-            for c in range(4):
-                req.target_matrix.data[r][c] = float(target[r][c])
     else:
         req.pose = _make_pose(target, orientation)
+        fmt = b"Euler" if orientation == "euler" else b"quaternion"
     out = (C.c_float * 8)()
-    code = lib.ikine_numerical_solution(C.byref(req), fmt, out)
-    return code, _out(list(out[:dof()]))
+    solve = lib.ikine_numerical_solution_tool_frame if tool_frame else lib.ikine_numerical_solution
+    code = solve(C.byref(req), fmt, out)
+    return code, _out(list(out[:n]))
 
 
 def jacobian(q, frame="flange"):
     """6 x n Jacobian (rows: linear x, y, z, angular x, y, z) in the flange ('flange'),
     tool ('tool') or work ('work') frame."""
     fn = {"flange": lib.kin_calc_jacobe_Jn, "tool": lib.kin_calc_jacobe_Jt,
-          "work": lib.kin_calc_jacobe_J0}[frame]
-    m = fn(_floats(q, dof()), b"machine")
-    return _out([[m.data[r][c] for c in range(m.cols)] for r in range(m.rows)])
+          "work": lib.kin_calc_jacobe_J0}.get(frame)
+    if fn is None:
+        raise ValueError(f"frame must be flange, tool or work, not {frame!r}")
+    return _out(_rows(fn(_floats(q, dof()), b"machine")))
 
 
 def singularity(q):
-    """(verdict, shoulder distance): verdict 0 none, -1 shoulder, -2 elbow, -3 wrist."""
+    """(code, shoulder distance in m): code 0 none, -1 shoulder, -2 elbow, -3 wrist
+    (names in SINGULARITIES); the distance is NaN when the shoulder axis is vertical."""
     d = C.c_float()
     code = lib.kin_robot_singularity_analyse(_floats(q, dof()), b"machine", C.byref(d))
     return code, d.value

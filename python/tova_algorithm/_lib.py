@@ -35,11 +35,19 @@ def load():
         except OSError as e:
             errors.append(f"{path}: {e}")
             continue
+        # A library older than these headers lacks some functions: bind the
+        # rest and list the others, rather than refuse to load at all.
+        missing = []
         for name, (_header, restype, argtypes) in FUNCTIONS.items():
-            fn = getattr(lib, name)
+            try:
+                fn = getattr(lib, name)
+            except AttributeError:
+                missing.append(name)
+                continue
             fn.restype = restype
             fn.argtypes = argtypes
         lib.path = path
+        lib.missing_functions = missing
         return lib
     raise OSError("libtova_algorithm not found; set TOVA_ALGORITHM_LIBRARY to its path\n"
                   + "\n".join(errors))
