@@ -1,8 +1,8 @@
 // Counts heap allocations made by this process while a guard is active. The
 // allocator functions are interposed in the test executable (malloc, calloc,
 // realloc, aligned variants and every operator new), so allocations made
-// inside the shared library are seen too. Not usable under AddressSanitizer,
-// which owns the allocator itself.
+// inside the shared library are seen too. Not usable under AddressSanitizer
+// or valgrind, which own the allocator themselves.
 #pragma once
 
 #include <cstddef>
@@ -12,6 +12,7 @@ namespace tova_test {
 struct AllocCounter {
     static void start();
     static long stop();  // allocations since start()
+    static bool usable();  // false under valgrind, whose allocator wins
 };
 
 }  // namespace tova_test
