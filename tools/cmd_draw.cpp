@@ -127,8 +127,9 @@ int run(const Args &args) {
                  "joints (deg): " + joints,
                  "tool in the work frame: position (m) " + fmt(pose.x, 4) + ", " + fmt(pose.y, 4) +
                      ", " + fmt(pose.z, 4) + "; Euler rx, ry, rz (deg) " + fmt(pose.euler.rx * kDeg, 2) +
-                     ", " + fmt(pose.euler.ry * kDeg, 2) + ", " + fmt(pose.euler.rz * kDeg, 2),
-                 "links grey, joint axes orange, tool offset dashed; frames: x red, y green, z blue"});
+                     ", " + fmt(pose.euler.ry * kDeg, 2) + ", " + fmt(pose.euler.rz * kDeg, 2)});
+    svg.legend({{"#555555", "links (tool offset dashed)"}, {"#ff7f0e", "joint axes"},
+                {"#d62728", "x axis"}, {"#2ca02c", "y axis"}, {"#1f77b4", "z axis"}});
     if (!write_file(*out, svg.str())) throw CliError("cannot write " + *out);
     if (opt.flag("json"))
         std::printf("{\"file\": %s, \"tool_pose\": %s}\n", json_string(*out).c_str(),

@@ -58,23 +58,25 @@ int run(const Args &args) {
     double extent;
     fit_view(pts, 1.1, 0.1, centre, extent);
     SvgCanvas svg(420, {{"x-z plane", 0, 2}, {"x-y plane", 0, 1}}, extent, centre);
-    svg.begin_group("samples");
+    svg.begin_group("samples", "fill=\"#1f77b4\" fill-opacity=\"0.35\"");
     for (size_t i = 0; i < pts.size(); ++i)
-        if (verdict[i] == SINGULARITY_NONE) svg.dot(pts[i], 1.2, "#1f77b4", 0.35);
+        if (verdict[i] == SINGULARITY_NONE) svg.dot(pts[i], 1.2);
     svg.end_group();
     for (const Kind &k : kKinds) {
-        svg.begin_group(std::string("singular ") + k.name);
+        svg.begin_group(std::string("singular ") + k.name,
+                        "fill=\"" + std::string(k.colour) + "\" fill-opacity=\"0.8\"");
         for (size_t i = 0; i < pts.size(); ++i)
-            if (verdict[i] == k.code) svg.dot(pts[i], 1.6, k.colour, 0.8);
+            if (verdict[i] == k.code) svg.dot(pts[i], 1.6);
         svg.end_group();
     }
     svg.triad({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, 0.12 * extent, "work origin");
     svg.caption({std::string("model ") + model_name(type) + ": tool positions in the work frame of " +
                      std::to_string(samples) + " joint samples inside the limits (seed " +
-                     std::to_string(seed) + "), blue",
-                 "singular: shoulder " + std::to_string(counts[0]) + " red, elbow " +
-                     std::to_string(counts[1]) + " purple, wrist " + std::to_string(counts[2]) +
-                     " orange"});
+                     std::to_string(seed) + ")"});
+    svg.legend({{"#1f77b4", "regular"},
+                {kKinds[0].colour, "shoulder singular (" + std::to_string(counts[0]) + ")"},
+                {kKinds[1].colour, "elbow singular (" + std::to_string(counts[1]) + ")"},
+                {kKinds[2].colour, "wrist singular (" + std::to_string(counts[2]) + ")"}});
     if (!write_file(*out, svg.str())) throw CliError("cannot write " + *out);
     if (opt.flag("json"))
         std::printf("{\"file\": %s, \"samples\": %ld, \"shoulder\": %ld, \"elbow\": %ld, \"wrist\": %ld}\n",

@@ -19,11 +19,6 @@ constexpr double kCharPx = 6.4;  // mean advance of the 11 px label font
 constexpr const char *kAxisColour[3] = {"#d62728", "#2ca02c", "#1f77b4"};  // x, y, z
 constexpr const char *kAxisMarker[3] = {"arrow-x", "arrow-y", "arrow-z"};
 
-struct Box {
-    double x0, y0, x1, y1;
-    bool hits(const Box &o) const { return x0 < o.x1 && o.x0 < x1 && y0 < o.y1 && o.y0 < y1; }
-};
-
 // A round length (1, 2 or 5 times a power of ten) not above `target`.
 double round_length(double target) {
     const double p10 = std::pow(10.0, std::floor(std::log10(target)));
@@ -73,7 +68,7 @@ bool write_file(const std::string &path, const std::string &text) {
 SvgCanvas::SvgCanvas(int panel_px, const std::vector<View> &views, double extent_m,
                      const Vec3 &centre)
     : panel_px_(panel_px), views_(views), centre_(centre), body_(views.size()),
-      labels_(views.size()) {
+      labels_(views.size()), obstacles_(views.size()) {
     scale_ = panel_px / (2.0 * (extent_m > 1e-6 ? extent_m : 1.0));
 }
 
@@ -90,6 +85,14 @@ std::array<double, 2> SvgCanvas::to_px(size_t view, const Vec3 &p) const {
 
 void SvgCanvas::segment(size_t view, const Vec3 &a, const Vec3 &b, const std::string &attrs) {
     auto pa = to_px(view, a), pb = to_px(view, b);
+    // the line as boxes every few pixels, for the label placement to avoid
+    const double len = std::hypot(pb[0] - pa[0], pb[1] - pa[1]);
+    const int steps = 1 + static_cast<int>(len / 5.0);
+    for (int k = 0; k <= steps; ++k) {
+        const double t = static_cast<double>(k) / steps;
+        const double x = pa[0] + t * (pb[0] - pa[0]), y = pa[1] + t * (pb[1] - pa[1]);
+        obstacles_[view].push_back({x - 3, y - 3, x + 3, y + 3});
+    }
     body_[view].push_back("<line x1=\"" + num(pa[0]) + "\" y1=\"" + num(pa[1]) + "\" x2=\"" +
                           num(pb[0]) + "\" y2=\"" + num(pb[1]) + "\" " + attrs + "/>");
 }
@@ -103,11 +106,14 @@ void SvgCanvas::line(const Vec3 &a, const Vec3 &b, const char *colour, double wi
 }
 
 void SvgCanvas::dot(const Vec3 &p, double radius, const char *colour, double opacity) {
+    const std::string fill =
+        colour ? " fill=\"" + std::string(colour) + "\" fill-opacity=\"" + num(opacity) + "\"" : "";
     for (size_t i = 0; i < views_.size(); ++i) {
         auto pp = to_px(i, p);
-        body_[i].push_back("<circle cx=\"" + num(pp[0]) + "\" cy=\"" + num(pp[1]) + "\" r=\"" +
-                           num(radius) + "\" fill=\"" + colour + "\" fill-opacity=\"" + num(opacity) +
-                           "\"/>");
+        if (radius >= 3.0)
+            obstacles_[i].push_back({pp[0] - radius, pp[1] - radius, pp[0] + radius, pp[1] + radius});
+        body_[i].push_back("<circle cx=\"" + num(pp[0]) + "\" cy=\"" + num(pp[1]) + "\" r=\"" + num(radius) +
+                           "\"" + fill + "/>");
     }
 }
 
@@ -118,8 +124,8 @@ void SvgCanvas::label(const Vec3 &p, const std::string &text, const char *colour
     }
 }
 
-void SvgCanvas::begin_group(const std::string &cls) {
-    for (auto &b : body_) b.push_back("<g class=\"" + xml_escape(cls) + "\">");
+void SvgCanvas::begin_group(const std::string &cls, const std::string &style) {
+    for (auto &b : body_) b.push_back("<g class=\"" + xml_escape(cls) + "\"" + (style.empty() ? "" : " ") + style + ">");
 }
 
 void SvgCanvas::end_group() {
@@ -141,6 +147,7 @@ void SvgCanvas::triad(const Vec3 &o, const Vec3 &x, const Vec3 &y, const Vec3 &z
             if (along < 4.0) {
                 // axis (nearly) along the line of sight: dot toward the viewer, cross away
                 auto pp = to_px(i, o);
+                obstacles_[i].push_back({pp[0] - 4, pp[1] - 4, pp[0] + 4, pp[1] + 4});
                 const bool toward = d[depth] * out_sign > 0;
                 const std::string c = kAxisColour[k];
                 std::string e = "<circle cx=\"" + num(pp[0]) + "\" cy=\"" + num(pp[1]) +
@@ -165,13 +172,16 @@ void SvgCanvas::triad(const Vec3 &o, const Vec3 &x, const Vec3 &y, const Vec3 &z
 
 void SvgCanvas::caption(const std::vector<std::string> &lines) { caption_ = lines; }
 
+void SvgCanvas::legend(const std::vector<std::pair<std::string, std::string>> &items) { legend_ = items; }
+
 std::string SvgCanvas::str() const {
     const int n = static_cast<int>(views_.size());
     const int width = kMargin + n * (panel_px_ + kMargin);
     const int top = kMargin + kTitle;
     const int panels_bottom = top + panel_px_;
     const int bar_y = panels_bottom + 26;
-    const int caption_y = bar_y + 30;
+    const int legend_y = bar_y + 26;
+    const int caption_y = legend_y + (legend_.empty() ? 4 : 28);
     const int height = caption_y + kCaptionLine * static_cast<int>(caption_.size()) + 10;
     std::string s = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     s += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + std::to_string(width) +
@@ -225,34 +235,36 @@ std::string SvgCanvas::str() const {
 
         // labels: the first free spot around the anchor, inside the panel;
         // a thin leader line when it had to move away
-        std::vector<Box> placed;
-        const Box panel{x0 + 2, static_cast<double>(top) + 2, x0 + panel_px_ - 2,
-                        static_cast<double>(panels_bottom) - 2};
+        std::vector<Rect> placed;
+        const Rect panel{x0 + 2, static_cast<double>(top) + 2, x0 + panel_px_ - 2,
+                         static_cast<double>(panels_bottom) - 2};
         for (const auto &l : labels_[i]) {
             const double w = kCharPx * static_cast<double>(l.text.size()), h = 12;
-            Box chosen{};
-            bool found = false, moved = false;
-            for (double r : {5.0, 16.0, 30.0, 46.0, 64.0}) {
-                const double cand[6][2] = {{l.x + r, l.y - r},         {l.x + r, l.y + r + h},
-                                           {l.x - r - w, l.y - r},     {l.x - r - w, l.y + r + h},
-                                           {l.x - w / 2, l.y - r - 2}, {l.x - w / 2, l.y + r + h}};
-                for (const auto &c : cand) {
-                    const Box b{c[0], c[1] - h + 2, c[0] + w, c[1] + 2};
-                    const bool inside = b.x0 >= panel.x0 && b.x1 <= panel.x1 && b.y0 >= panel.y0 &&
-                                        b.y1 <= panel.y1;
-                    bool free = inside;
-                    for (const auto &o : placed)
-                        if (free && Box{o.x0 - 2, o.y0 - 1, o.x1 + 2, o.y1 + 1}.hits(b)) free = false;
-                    if (free) {
-                        chosen = b;
-                        found = true;
-                        moved = r > 5.0;
-                        break;
+            // first pass: clear of labels and drawing; second: clear of labels
+            Rect chosen{l.x + 5, l.y - 5 - h + 2, l.x + 5 + w, l.y - 3};
+            bool moved = false;
+            for (int pass = 0, found = 0; pass < 2 && !found; ++pass)
+                for (double r : {5.0, 12.0, 20.0, 30.0, 44.0, 60.0}) {
+                    const double cand[6][2] = {{l.x + r, l.y - r},         {l.x + r, l.y + r + h},
+                                               {l.x - r - w, l.y - r},     {l.x - r - w, l.y + r + h},
+                                               {l.x - w / 2, l.y - r - 2}, {l.x - w / 2, l.y + r + h}};
+                    for (const auto &c : cand) {
+                        const Rect b{c[0], c[1] - h + 2, c[0] + w, c[1] + 2};
+                        bool free = b.x0 >= panel.x0 && b.x1 <= panel.x1 && b.y0 >= panel.y0 &&
+                                    b.y1 <= panel.y1;
+                        for (const auto &o : placed)
+                            free = free && !Rect{o.x0 - 2, o.y0 - 1, o.x1 + 2, o.y1 + 1}.hits(b);
+                        if (pass == 0)
+                            for (const auto &o : obstacles_[i]) free = free && !o.hits(b);
+                        if (free) {
+                            chosen = b;
+                            found = 1;
+                            moved = r > 12.0;
+                            break;
+                        }
                     }
+                    if (found) break;
                 }
-                if (found) break;
-            }
-            if (!found) chosen = Box{l.x + 5, l.y - 5 - h + 2, l.x + 5 + w, l.y - 3};
             placed.push_back(chosen);
             if (moved) {
                 const double lx = std::clamp(l.x, chosen.x0, chosen.x1);
@@ -278,6 +290,18 @@ std::string SvgCanvas::str() const {
          "\" y1=\"" + num(bar_y - 5) + "\" x2=\"" + num(bx + bw) + "\" y2=\"" + num(bar_y + 5) +
          "\" stroke=\"black\" stroke-width=\"1.5\"/><text x=\"" + num(bx + bw + 8) + "\" y=\"" +
          num(bar_y + 4) + "\" font-size=\"12\">" + lbl + "</text></g>\n";
+    if (!legend_.empty()) {
+        s += "<g id=\"legend\">";
+        double x = kMargin;
+        for (const auto &[colour, text] : legend_) {
+            s += "<line x1=\"" + num(x) + "\" y1=\"" + num(legend_y - 4) + "\" x2=\"" + num(x + 16) +
+                 "\" y2=\"" + num(legend_y - 4) + "\" stroke=\"" + colour +
+                 "\" stroke-width=\"5\" stroke-linecap=\"round\"/><text x=\"" + num(x + 22) + "\" y=\"" +
+                 num(legend_y) + "\" font-size=\"12\">" + xml_escape(text) + "</text>";
+            x += 22 + 7.0 * static_cast<double>(text.size()) + 18;
+        }
+        s += "</g>\n";
+    }
     s += "<g id=\"caption\">\n";
     for (size_t i = 0; i < caption_.size(); ++i)
         s += "<text x=\"" + std::to_string(kMargin) + "\" y=\"" +

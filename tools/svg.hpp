@@ -6,6 +6,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tova_cli {
@@ -25,20 +26,30 @@ class SvgCanvas {
 
     void line(const Vec3 &a, const Vec3 &b, const char *colour, double width, double opacity = 1.0,
               bool dashed = false);
-    void dot(const Vec3 &p, double radius, const char *colour, double opacity = 1.0);
-    // Text near p; placed in str() beside the earlier labels, not over them.
+    // A filled circle; without a colour it takes the fill of its group
+    // (begin_group's style), which keeps large point clouds small.
+    void dot(const Vec3 &p, double radius, const char *colour = nullptr, double opacity = 1.0);
+    // Text near p; placed in str() beside the earlier labels and off the lines
+    // and large dots drawn, where there is room.
     void label(const Vec3 &p, const std::string &text, const char *colour);
     // x, y, z axes of a frame (red, green, blue arrows) of length `len`
     // metres, grouped as <g class="triad" data-frame="name">.
     void triad(const Vec3 &origin, const Vec3 &x, const Vec3 &y, const Vec3 &z, double len,
                const std::string &name);
-    // Groups the elements drawn until end_group (in every view).
-    void begin_group(const std::string &cls);
+    // Groups the elements drawn until end_group (in every view); `style`
+    // holds presentation attributes for the group, e.g. fill="red".
+    void begin_group(const std::string &cls, const std::string &style = "");
     void end_group();
     void caption(const std::vector<std::string> &lines);
+    // One row of colour swatches with their meaning, under the scale bar.
+    void legend(const std::vector<std::pair<std::string, std::string>> &colour_and_text);
     std::string str() const;  // the whole document
 
   private:
+    struct Rect {
+        double x0, y0, x1, y1;
+        bool hits(const Rect &o) const { return x0 < o.x1 && o.x0 < x1 && y0 < o.y1 && o.y0 < y1; }
+    };
     struct Label {
         double x, y;  // anchor, px
         std::string text;
@@ -52,8 +63,10 @@ class SvgCanvas {
     double scale_;  // px per metre
     Vec3 centre_;
     std::vector<std::string> caption_;
+    std::vector<std::pair<std::string, std::string>> legend_;
     std::vector<std::vector<std::string>> body_;  // per view
     std::vector<std::vector<Label>> labels_;      // per view
+    std::vector<std::vector<Rect>> obstacles_;    // per view: drawn lines and large dots
 };
 
 // Centre of the box around `pts` and its largest half side times `margin`
