@@ -67,9 +67,9 @@ bool gauss_jordan_invert(float (*a)[N], int n) {
             if (i == k) continue;
             const Acc aik = static_cast<Acc>(a[i][k]);
             float *row = a[i];
-            for (int j = 0; j < n; ++j) {
-                if (j != k) row[j] = static_cast<float>(static_cast<Acc>(row[j]) + aik * factor[j]);
-            }
+            // Column k is updated too and then overwritten: a branch-free row
+            // update that the compiler can vectorise.
+            for (int j = 0; j < n; ++j) row[j] = static_cast<float>(static_cast<Acc>(row[j]) + aik * factor[j]);
             row[k] = static_cast<float>(aik / p);
         }
         for (int j = 0; j < n; ++j) a[k][j] = static_cast<float>(factor[j]);

@@ -47,13 +47,16 @@ double dot(const double *x, const double *y, int n) {
     return s;
 }
 
-// Two passes of modified Gram-Schmidt of w against the flagged columns.
+// Two passes of classical Gram-Schmidt of w against the flagged columns
+// ("twice is enough": as accurate as modified Gram-Schmidt twice, and the
+// projections of a pass are independent of each other).
 void reorthogonalise(double *w, double (*cols)[kMatCap], int len, int count, const bool *have) {
+    double c[kMatCap];
     for (int pass = 0; pass < 2; ++pass) {
+        for (int k = 0; k < count; ++k) c[k] = have[k] ? dot(cols[k], w, len) : 0.0;
         for (int k = 0; k < count; ++k) {
             if (!have[k]) continue;
-            const double c = dot(cols[k], w, len);
-            for (int i = 0; i < len; ++i) w[i] -= c * cols[k][i];
+            for (int i = 0; i < len; ++i) w[i] -= c[k] * cols[k][i];
         }
     }
 }
@@ -490,7 +493,8 @@ bool gram_svd(const TallCols &t, SvdWork &w) {
         reorthogonalise(u, w.left, p, k, have);
         const double after = std::sqrt(dot(u, u, p));
         if (before > 0.0 && after > kSvdCancelBound * before) {
-            for (int i = 0; i < p; ++i) w.left[k][i] = u[i] / after;
+            const double inv = 1.0 / after;
+            for (int i = 0; i < p; ++i) w.left[k][i] = u[i] * inv;
             have[k] = true;
         }
     }

@@ -237,6 +237,57 @@ TEST(MatInv, RandomRoundTrip) {
     }
 }
 
+// The inversion steps written out literally (pivot scan, Jordan exchange with
+// divisions in float, interchanges undone in reverse), against which mat_inv
+// must agree to the bit, also on small integer matrices full of pivot ties.
+int literal_inverse(mat A, mat *out) {
+    const int n = A.rows;
+    if (n != A.cols) return 0;
+    int prow[20], pcol[20];
+    for (int k = 0; k < n; ++k) {
+        prow[k] = pcol[k] = k;
+        float big = std::fabs(A.data[k][k]);
+        for (int i = k; i < n; ++i)
+            for (int j = k; j < n; ++j)
+                if (std::fabs(A.data[i][j]) > big) big = std::fabs(A.data[prow[k] = i][pcol[k] = j]);
+        for (int j = 0; j < n; ++j) std::swap(A.data[k][j], A.data[prow[k]][j]);
+        for (int i = 0; i < n; ++i) std::swap(A.data[i][k], A.data[i][pcol[k]]);
+        const float p = A.data[k][k];
+        float f[20];
+        for (int j = 0; j < n; ++j) f[j] = j == k ? 1.0f / p : -A.data[k][j] / p;
+        for (int j = 0; j < n; ++j)
+            if (!std::isfinite(f[j])) return -1;
+        for (int i = 0; i < n; ++i) {
+            if (i == k) continue;
+            for (int j = 0; j < n; ++j)
+                if (j != k) A.data[i][j] = A.data[i][j] + A.data[i][k] * f[j];
+            A.data[i][k] = A.data[i][k] / p;
+        }
+        for (int j = 0; j < n; ++j) A.data[k][j] = f[j];
+    }
+    for (int k = n - 1; k >= 0; --k) {
+        for (int i = 0; i < n; ++i) std::swap(A.data[i][k], A.data[i][prow[k]]);
+        for (int j = 0; j < n; ++j) std::swap(A.data[k][j], A.data[pcol[k]][j]);
+    }
+    *out = A;
+    return 1;
+}
+
+TEST(MatInv, AgreesToTheBitWithTheLiteralSteps) {
+    std::mt19937 rng(17);
+    std::uniform_int_distribution<int> small(-3, 3);
+    for (int trial = 0; trial < 400; ++trial) {
+        const int n = 1 + trial % 8;
+        mat A = trial % 2 ? random_mat(rng, n, n) : mat_init(n, n);
+        if (trial % 2 == 0)
+            for (int i = 0; i < n; ++i)
+                for (int j = 0; j < n; ++j) A.data[i][j] = float(small(rng));
+        mat got = mat_zeros(n, n), want = mat_zeros(n, n);
+        ASSERT_EQ(mat_inv(A, &got), literal_inverse(A, &want));
+        EXPECT_EQ(mat_is_equal(&got, &want), 1) << trial;
+    }
+}
+
 TEST(MergeSort, StableInBothOrders) {
     std::mt19937 rng(3);
     std::uniform_int_distribution<int> pick(-3, 3);
