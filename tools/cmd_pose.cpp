@@ -24,6 +24,12 @@ const std::string kUsage =
 // Orientation-only numbers get the --position in front (or, for a rotation
 // matrix, in its last column), so parse_target sees a whole pose.
 std::vector<float> with_position(std::vector<float> v, PoseForm form, const std::vector<float> &pos) {
+    static const char *need[] = {"[x y z] rx ry rz", "[x y z] w x y z", "9 or 16 numbers"};
+    const size_t orientation = form == PoseForm::euler ? 3 : form == PoseForm::quaternion ? 4 : 9;
+    const size_t whole = form == PoseForm::matrix ? 16 : orientation + 3;
+    if (v.size() != orientation && v.size() != whole && v.size() != 10)
+        throw CliError(std::string("the pose needs ") + need[static_cast<int>(form)] + ", got " +
+                       std::to_string(v.size()) + " numbers");
     if (form == PoseForm::matrix && v.size() == 9) {
         std::vector<float> m(16, 0.0f);
         for (int r = 0; r < 3; ++r) {
