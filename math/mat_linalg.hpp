@@ -4,6 +4,8 @@
 // and ulapack_svd: size clamping, the double-precision workspaces and the
 // eigen / singular value kernels. Nothing here allocates.
 #include <cstdint>
+#include <cstring>
+
 #include "math/tova_matrix.h"
 
 namespace tova {
@@ -13,6 +15,31 @@ constexpr int kMatCap = 20;
 // Every size read from a record goes through this clamp, so no loop can leave
 // the 20 x 20 storage whatever the caller put into rows or cols.
 inline int mat_dim(int32_t n) { return n < 0 ? 0 : (n > kMatCap ? kMatCap : n); }
+
+// A fresh result record: sizes clamped and every byte zero (not only the
+// block), so that byte-wise equality of results is deterministic.
+inline mat mat_zeroed(int rows, int cols) {
+    mat r;
+    std::memset(&r, 0, sizeof r);
+    r.rows = mat_dim(rows);
+    r.cols = mat_dim(cols);
+    return r;
+}
+
+// Dot product with two interleaved partial sums, halving the dependent-add
+// chain of these short products. N > 0 fixes the length at compile time.
+template <int N = 0>
+inline double dot(const double *x, const double *y, int n) {
+    if (N > 0) n = N;
+    double s0 = 0.0, s1 = 0.0;
+    int i = 0;
+    for (; i + 1 < n; i += 2) {
+        s0 += x[i] * y[i];
+        s1 += x[i + 1] * y[i + 1];
+    }
+    if (i < n) s0 += x[i] * y[i];
+    return s0 + s1;
+}
 
 // Columns of the "tall" form of A (A itself when rows >= cols, else A^T), in
 // double, one contiguous array per column: col[j][i] = T(i, j), T is p x q, p >= q.

@@ -1,6 +1,5 @@
 // Element, vector and arithmetic operations of the general float matrix `mat`,
-// and its inverse. Results are built in zeroed records (whole record, not only
-// the block) so that byte-wise equality of results is deterministic.
+// and its inverse.
 #include "math/tova_matrix.h"
 
 #include <cmath>
@@ -15,13 +14,7 @@ using tova::mat_dim;
 
 namespace {
 
-mat zeroed(int rows, int cols) {
-    mat r;
-    std::memset(&r, 0, sizeof r);
-    r.rows = mat_dim(rows);
-    r.cols = mat_dim(cols);
-    return r;
-}
+mat zeroed(int rows, int cols) { return tova::mat_zeroed(rows, cols); }
 
 bool index_ok(int one_based) { return one_based >= 1 && one_based <= kMatCap; }
 

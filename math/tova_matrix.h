@@ -158,9 +158,10 @@ TOVA_API MatrixMore mat_to_matrix_more(const mat *A);
  * unless 1 is returned. There is no other singularity tolerance. */
 TOVA_API int mat_inv(mat A, mat *out);
 /* P * A = L * U by Gaussian elimination with partial pivoting (first largest
- * |pivot| wins): L unit lower, U upper, P a permutation, all n x n. A zero
- * pivot column is skipped (U then has a 0 on its diagonal). Returns 1; 0 if A
- * is not square (outputs untouched) or holds a non-finite element. */
+ * |pivot| wins), in double: L unit lower, U upper, P a permutation, all n x n.
+ * A zero pivot column is skipped (U then has a 0 on its diagonal). Returns 1;
+ * 0 if A is not square (outputs untouched) or holds a non-finite element
+ * (outputs written, not meaningful). */
 TOVA_API int mat_lu(const mat *A, mat *L, mat *U, mat *P);
 /* Determinant by partially pivoted LU (double); 1 for 0 x 0. Non-square:
  * writes "A is not a square matrix." to stderr and returns +INFINITY. */

@@ -5,7 +5,6 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 
 #include "math/mat_linalg.hpp"
@@ -25,13 +24,7 @@ constexpr double kCondBound = 1e-10;
 // fraction of its length has lost its direction and is completed instead.
 constexpr double kSvdCancelBound = 1e-5;
 
-mat zeroed(int rows, int cols) {
-    mat r;
-    std::memset(&r, 0, sizeof r);
-    r.rows = mat_dim(rows);
-    r.cols = mat_dim(cols);
-    return r;
-}
+mat zeroed(int rows, int cols) { return mat_zeroed(rows, cols); }
 
 mat filled(int rows, int cols, float v) {
     mat r = zeroed(rows, cols);
@@ -39,12 +32,6 @@ mat filled(int rows, int cols, float v) {
         for (int j = 0; j < r.cols; ++j) r.data[i][j] = v;
     }
     return r;
-}
-
-double dot(const double *x, const double *y, int n) {
-    double s = 0.0;
-    for (int i = 0; i < n; ++i) s += x[i] * y[i];
-    return s;
 }
 
 // Two passes of classical Gram-Schmidt of w against the flagged columns
@@ -409,12 +396,17 @@ void load_block(const mat &A, int m, int n, double (*a)[kMatCap]) {
     }
 }
 
-// Eigenvalues of the Gram matrix of the tall form, for mat_cond.
-bool gram_eigenvalues(const TallCols &t, double *lambda, double bound) {
-    double g[kMatCap][kMatCap];
+// Gram matrix T^T T (q x q) of the tall form.
+void form_gram(const TallCols &t, double (*g)[kMatCap]) {
     for (int i = 0; i < t.q; ++i) {
         for (int j = 0; j <= i; ++j) g[i][j] = g[j][i] = dot(t.col[i], t.col[j], t.p);
     }
+}
+
+// Eigenvalues of the Gram matrix of the tall form, for mat_cond.
+bool gram_eigenvalues(const TallCols &t, double *lambda, double bound) {
+    double g[kMatCap][kMatCap];
+    form_gram(t, g);
     return sym_eig(t.q, g, lambda, nullptr, bound);
 }
 
@@ -476,9 +468,7 @@ void complete_orthonormal(double (*cols)[kMatCap], int len, int count, bool *hav
 bool gram_svd(const TallCols &t, SvdWork &w) {
     const int p = t.p, q = t.q;
     double g[kMatCap][kMatCap];
-    for (int i = 0; i < q; ++i) {
-        for (int j = 0; j <= i; ++j) g[i][j] = g[j][i] = dot(t.col[i], t.col[j], p);
-    }
+    form_gram(t, g);
     double lambda[kMatCap];
     const bool ok = sym_eig(q, g, lambda, w.right, kHermitianBound);
     bool have[kMatCap] = {};

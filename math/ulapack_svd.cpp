@@ -16,22 +16,6 @@ constexpr int kMaxSweeps = 30;
 // fewer than full double convergence.
 constexpr double kOrthogonalityTol = 1e-9;
 
-// Two interleaved partial sums halve the dependent-add chain of these short
-// dot products, which sit on the critical path of every rotation. N > 0 fixes
-// the length at compile time (fully unrolled), N = 0 takes n.
-template <int N>
-inline double dot(const double *x, const double *y, int n) {
-    if (N > 0) n = N;
-    double s0 = 0.0, s1 = 0.0;
-    int i = 0;
-    for (; i + 1 < n; i += 2) {
-        s0 += x[i] * y[i];
-        s1 += x[i + 1] * y[i + 1];
-    }
-    if (i < n) s0 += x[i] * y[i];
-    return s0 + s1;
-}
-
 template <int N>
 inline void rotate(double *x, double *y, int n, double c, double s) {
     if (N > 0) n = N;
