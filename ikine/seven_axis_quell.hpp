@@ -32,6 +32,9 @@ public:
 
     unsigned solve(double phi, unsigned mask, double raw[kBranches][kJoints]) const;
 
+    // The joints move smoothly with phi everywhere (no folds).
+    bool near_fold(const double*) const { return false; }
+
     // Every branch exists at every phi: nothing hides between samples.
     int hidden_points(double, double, double*, int) const { return 0; }
 

@@ -111,6 +111,7 @@ struct Bracket {
     double a, b, t;      // ends and sampled minimum
     double fa, fb, value;  // objective there (kHuge beyond a span)
     int branch;
+    bool fine = true;    // near a fold: refine to a hundredth of the tolerance
 };
 constexpr int kMaxBrackets = 4;
 
@@ -178,7 +179,7 @@ public:
                 subdivide(prev, next, sp.mask, obj, 0, &st);
                 st.push(*this, next);
             }
-            st.finish();
+            st.finish(*this);
         }
         return n_br;
     }
@@ -225,7 +226,7 @@ public:
                     x2 = end; f2 = f_end; x0 = far; f0 = f_far;
                 }
             }
-            brent_minimise(x0, f0, x2, f2, x1, f1, f, tol, 40);
+            brent_minimise(x0, f0, x2, f2, x1, f1, f, br.fine ? 1e-2 * tol : tol, 40);
         }
     }
 
@@ -408,26 +409,34 @@ private:
             for (int i = 0; i < kBranches; ++i) v1_[i] = v2_[i] = kHuge;
         }
         void push(const Search& s, const Sample& x) {
-            (void)s;
+            for (int i = 0; i < kBranches; ++i) {
+                if (!(x.got & (1u << i))) continue;
+                offer(x.c[i], obj_, best_, best_value_);
+            }
+            step(s, x);
             for (int i = 0; i < kBranches; ++i)
-                if (x.got & (1u << i)) offer(x.c[i], obj_, best_, best_value_);
-            step(x.t, x.v);
+                if (x.got & (1u << i))
+                    for (int j = 0; j < kJoints; ++j) th1_[i][j] = x.c[i].th[j];
         }
-        void finish() {
-            double none[kBranches];
-            for (int i = 0; i < kBranches; ++i) none[i] = kHuge;
-            step(b_, none, true);
+        void finish(const Search& s) {
+            Sample none;
+            none.t = b_;
+            none.got = 0;
+            for (int i = 0; i < kBranches; ++i) none.v[i] = kHuge;
+            step(s, none, true);
         }
 
     private:
         // The previous sample (t1, v1) is a local minimum when no worse than
-        // both neighbours (t2, v2) and (t, v).
-        void step(double t, const double* v, bool end = false) {
+        // both neighbours (t2, v2) and x. Its fold flag is asked for only then.
+        void step(const Search& s, const Sample& x, bool end = false) {
+            const double t = x.t;
+            const double* v = x.v;
             if (count_ >= 1) {
                 for (int i = 0; i < kBranches; ++i) {
                     if (!(v1_[i] < kHuge) || v1_[i] > v2_[i] || v1_[i] > v[i]) continue;
                     const Bracket br{count_ >= 2 ? t2_ : a_, end ? b_ : t, t1_, count_ >= 2 ? v2_[i] : kHuge,
-                                     end ? kHuge : v[i], v1_[i], i};
+                                     end ? kHuge : v[i], v1_[i], i, s.p_.near_fold(th1_[i])};
                     insert(br, brackets_, n_br_);
                 }
             }
@@ -446,6 +455,7 @@ private:
         int* n_br_;
         double a_, b_;
         double v1_[kBranches], v2_[kBranches];
+        double th1_[kBranches][kJoints];  // joints of the previous sample
         double t1_ = 0.0, t2_ = 0.0;
         int count_ = 0;
     };

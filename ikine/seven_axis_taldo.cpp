@@ -25,15 +25,26 @@ constexpr double kRescueStep = 1.0 * kPi / 180.0;
 Rigid taldo_forward(const TaldoGeometry& g, const double th[kJoints]) {
     const double d[kJoints] = {g.d1, 0.0, g.d3, 0.0, g.d5, 0.0, g.d7};
     const double a[kJoints] = {0.0, 0.0, 0.0, g.a4, g.a5, 0.0, g.a7};
-    Rigid T{identity3(), {0, 0, 0}};
+    V3 X{1, 0, 0}, Y{0, 1, 0}, Z{0, 0, 1}, p{0, 0, 0};
     for (int i = 0; i < kJoints; ++i) {
-        // Rx(alpha) Tx(a) Rz(th) Tz(d)
-        T.R = mul(T.R, rot_x(kAlpha[i]));
-        T.p = T.p + a[i] * col(T.R, 0);
-        T.R = mul(T.R, rot_z(th[i]));
-        T.p = T.p + d[i] * col(T.R, 2);
+        // Rx(alpha) Tx(a) Rz(th) Tz(d); the twists are right angles or zero.
+        if (kAlpha[i] > 0.0) {  // Rx(90): y' = z, z' = -y
+            const V3 y = Y;
+            Y = Z;
+            Z = -1.0 * y;
+        } else if (kAlpha[i] < 0.0) {  // Rx(-90): y' = -z, z' = y
+            const V3 y = Y;
+            Y = -1.0 * Z;
+            Z = y;
+        }
+        p = p + a[i] * X;
+        const double c = std::cos(th[i]), s = std::sin(th[i]);
+        const V3 x = X;
+        X = c * x + s * Y;
+        Y = -s * x + c * Y;
+        p = p + d[i] * Z;
     }
-    return T;
+    return {{{{X.x, Y.x, Z.x}, {X.y, Y.y, Z.y}, {X.z, Y.z, Z.z}}}, p};
 }
 
 void TaldoArm::setup(const TaldoGeometry& g, const Rigid& flange, const double cur[kJoints]) {
@@ -86,6 +97,19 @@ unsigned TaldoArm::wrist_sines(double t, double s5[2]) const {
         s5[ei] = std::fabs(u4) > kSingular ? a.p6.z / u4 : (std::fabs(a.p6.z) <= kDegenerateTol ? 0.0 : 1e300);
     }
     return 3;
+}
+
+bool TaldoArm::near_fold(const double* th) const {
+    const double delta = std::fabs(std::remainder(th[3] - phi_, kTwoPi));
+    double u4, v4;
+    arm_plane(std::sin(th[3]), std::cos(th[3]), &u4, &v4);
+    return std::fabs(std::cos(th[4])) < 0.1 || delta < 0.1 || delta > kPi - 0.1 || std::fabs(u4) < 0.02;
+}
+
+bool TaldoArm::reachable() const {
+    // |P_s P_w|^2 sweeps K -+ hypot(Kc, Ks) over joint 7; the elbow needs C0 -+ rho.
+    const double m = std::hypot(Kc_, Ks_), slack = rho_ * kElbowTol;
+    return K_ - m <= C0_ + rho_ + slack && K_ + m >= C0_ - rho_ - slack;
 }
 
 int TaldoArm::hidden_points(double a, double b, double* out, int cap) const {
@@ -294,7 +318,7 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     TaldoArm arm;
     arm.setup(g, flange, cur);
     Span spans[kMaxSpans];
-    if (arm.elbow_spans(nullptr, -kPi, kPi, spans, kMaxSpans) == 0) {
+    if (!arm.reachable()) {
         out.code = kOutOfReach;
         return out;
     }
@@ -302,9 +326,10 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     const Search<TaldoArm> search(arm, js, cur);
     Candidate best{};
     double best_cost = kHuge;
-    // At folds of joint 7 the other joints move like the square root of its
-    // distance to the fold: 1e-10 in joint 7 is 1e-5 there.
-    constexpr double kTolNarrow = 1e-10, kTolWide = 1e-8;
+    // Near folds (near_fold) brackets refine to a hundredth of this: there the
+    // other joints move like the square root of joint 7's distance to the
+    // fold, and 1e-10 in joint 7 is 1e-5 in them.
+    constexpr double kTolNarrow = 1e-8, kTolWide = 1e-8;
     const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
     int n_spans = 0;
     double step, tol;

@@ -27,6 +27,14 @@ public:
 
     unsigned solve(double t, unsigned mask, double raw[kBranches][kJoints]) const;
 
+    // Near a fold of joint 7 (wrist branches merging, elbow stretched or
+    // folded, shoulder point near axis 5) the other joints move like the
+    // square root of joint 7's distance to it: refine more finely there.
+    bool near_fold(const double* th) const;  // model angles
+
+    // Whether some joint-7 value forms the elbow (whatever the limits).
+    bool reachable() const;
+
     // Points of (a, b) where a wrist branch exists that may exist at neither
     // end (near the shoulder point on axis 5 it exists only on slivers of
     // joint 7). At most cap.
