@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fuzz_input.hpp"
+#include "process_state.hpp"
 #include "tova_algorithm.h"
 
 namespace tova_fuzz {
@@ -55,20 +56,7 @@ inline bool all_finite(const float *v, int n) {
     return true;
 }
 
-// Every process-wide setting outside the configuration record back to its
-// initial value, and the six-axis entry's carried best solution to the one of
-// a fixed successful request, so no input depends on the ones before it.
-inline void reset_process_state() {
-    ikine_set_7dof_solver_search_strategy(1);
-    ikine_set_solution_range_quell(0.013f);
-    kin_singularity_thresholds_init();
-    libalgo_set_robot_and_sensor_type(ROBOT_VESK, 0);
-    const float q0[6] = {0.1f, -0.4f, 0.9f, 0.2f, 0.7f, -0.3f};
-    Pose p;
-    forward_kinematics(&p, q0);
-    float out[6];
-    inverse_kinematics(q0, &p, out, 1);
-}
+using tova_test::reset_process_state;
 
 // Selects a model (one in sixteen inputs a refused one) and changes a few
 // settings at random. Returns the selected type.

@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "config_snapshot.hpp"
+#include "process_state.hpp"
 #include "tova_algorithm.h"
 
 namespace tova_test {
@@ -420,18 +421,6 @@ const char *part_name(Part p) {
                                                    "plugin",    "seven_axis", "universal", "numerical",
                                                    "mat",       "arrays",    "dynmatrix"};
     return kNames[static_cast<int>(p)];
-}
-
-void reset_process_state() {
-    ikine_set_7dof_solver_search_strategy(1);
-    ikine_set_solution_range_quell(0.013f);
-    kin_singularity_thresholds_init();
-    libalgo_set_robot_and_sensor_type(ROBOT_VESK, 0);
-    const float q0[6] = {0.1f, -0.4f, 0.9f, 0.2f, 0.7f, -0.3f};
-    Pose p;
-    forward_kinematics(&p, q0);
-    float out[6];
-    inverse_kinematics(q0, &p, out, 1);
 }
 
 void run_part(Part p, Digest &d, int rounds) {

@@ -61,11 +61,8 @@ enum class Part {
 inline constexpr int kPartCount = 11;
 
 const char *part_name(Part p);
-// Process-wide settings outside the configuration record to their initial
-// values, the six-axis entry's carried solution to that of one fixed
-// successful request, model 0 selected.
-void reset_process_state();
-// Runs one part `rounds` times over (more rounds, more calls, same kinds).
+// Runs one part `rounds` times over (more rounds, more calls, same kinds),
+// from the state reset_process_state() (process_state.hpp) makes.
 void run_part(Part p, Digest &d, int rounds = 1);
 
 }  // namespace tova_test
