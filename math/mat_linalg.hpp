@@ -27,10 +27,8 @@ inline mat mat_zeroed(int rows, int cols) {
 }
 
 // Dot product with two interleaved partial sums, halving the dependent-add
-// chain of these short products. N > 0 fixes the length at compile time.
-template <int N = 0>
+// chain of these short products.
 inline double dot(const double *x, const double *y, int n) {
-    if (N > 0) n = N;
     double s0 = 0.0, s1 = 0.0;
     int i = 0;
     for (; i + 1 < n; i += 2) {
@@ -80,9 +78,9 @@ void complete_orthonormal(double (*cols)[kMatCap], int len, int count, bool *hav
 // SVD of the tall form from the eigenproblem of T^T T (mat_svd's core).
 bool gram_svd(const TallCols &t, SvdWork &w);
 
-// One-sided Jacobi SVD of the tall form (mat_fast_svd's core); t's columns are
-// rotated in place. With want_vectors false only sigma is produced.
-bool jacobi_svd(TallCols &t, SvdWork &w, bool want_vectors);
+// One-sided Jacobi SVD of the tall form (mat_fast_svd's core). With
+// want_vectors false only sigma is produced.
+bool jacobi_svd(const TallCols &t, SvdWork &w, bool want_vectors);
 
 // Writes an SVD of A's tall form as U (m x m), S (m x n), V (n x n) of A;
 // NULL outputs are skipped.

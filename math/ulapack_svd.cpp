@@ -1,7 +1,9 @@
-// One-sided Jacobi SVD: rotating pairs of columns of the tall form T until all
-// are mutually orthogonal leaves T * R = L * diag(sigma) directly, without
-// forming a Gram matrix or solving an eigenproblem, and its accuracy does not
-// suffer from the squared condition number.
+// One-sided (Hestenes) Jacobi SVD: rotating pairs of columns of the tall form
+// T until all are mutually orthogonal leaves T * R = L * diag(sigma) directly,
+// without a Gram matrix or an eigenproblem, so its accuracy does not suffer
+// from the squared condition number. For the small sizes it serves, its cost is
+// the latency of the rotation parameters; the ordering and the formulas below
+// are chosen to shorten that chain.
 #include "math/ulapack_svd.h"
 
 #include <cmath>
@@ -12,13 +14,10 @@ namespace tova {
 namespace {
 
 constexpr int kMaxSweeps = 30;
-// Far below float resolution, so the float results are converged; one sweep
-// fewer than full double convergence.
+// Far below float resolution, so the float results are converged.
 constexpr double kOrthogonalityTol = 1e-9;
 
-template <int N>
 inline void rotate(double *x, double *y, int n, double c, double s) {
-    if (N > 0) n = N;
     for (int i = 0; i < n; ++i) {
         const double xi = x[i], yi = y[i];
         x[i] = c * xi - s * yi;
@@ -26,19 +25,54 @@ inline void rotate(double *x, double *y, int n, double c, double s) {
     }
 }
 
-// The Jacobi sweeps on the columns of t (length p) with the rotations
-// accumulated in vcol (length q) when wanted. P, Q > 0 are the sizes fixed at
-// compile time for the Jacobian shapes (6 x 6, 6 x 7), 0 means the run-time
-// sizes. Returns whether a sweep found every pair orthogonal.
-template <int P, int Q>
-bool jacobi_sweeps(TallCols &t, double (*vcol)[kMatCap], double *norm2, bool want_vectors) {
-    const int p = P > 0 ? P : t.p;
-    const int q = Q > 0 ? Q : t.q;
+// Rotation (c, s) with t = s / c = tan(theta) that makes two columns with
+// squared norms alpha, beta and inner product gamma orthogonal, by the smaller
+// angle: t = sign(d) rho / (1 + sqrt(1 + rho^2)), rho = 2 gamma / |d|,
+// d = beta - alpha. Large angles: with r = |(d, 2 gamma)| and w = |d| + r,
+// t = sign(d) 2 gamma / w and c = w / sqrt(2 r w) (two roots and a division
+// in a row). Small angles (|t| < 1e-3, all rotations of the later sweeps):
+// the series t = x - x^3 + 2 x^5, x = rho / 2, and c = 1 - t^2/2 + 3 t^4/8
+// are exact to double precision (next terms below 1e-18), leaving a single
+// division on the critical path. Both keep c^2 + s^2 = 1 to rounding.
+inline void rotation(double alpha, double beta, double gamma, double &c, double &s, double &t) {
+    const double d = beta - alpha, g2 = 2.0 * gamma;
+    if (std::fabs(g2) < 2e-3 * std::fabs(d)) {
+        const double x = 0.5 * g2 / d;  // carries sign(d)
+        const double x2 = x * x;
+        t = x * (1.0 - x2 * (1.0 - 2.0 * x2));
+        const double t2 = t * t;
+        c = 1.0 - t2 * (0.5 - 0.375 * t2);
+        s = c * t;
+        return;
+    }
+    const double r = std::sqrt(d * d + g2 * g2);
+    const double w = std::fabs(d) + r;
+    const double inv = 1.0 / std::sqrt(2.0 * r * w);
+    const double sg2 = std::copysign(1.0, d) * g2;
+    c = w * inv;
+    s = sg2 * inv;
+    t = sg2 / w;
+}
+
+}  // namespace
+
+bool jacobi_svd(const TallCols &t, SvdWork &w, bool want_vectors) {
+    const int p = t.p, q = t.q;
+    // Each working column holds the column of T followed by the matching
+    // column of the accumulated rotations, so one loop rotates both.
+    double xc[kMatCap][2 * kMatCap];
+    for (int k = 0; k < q; ++k) {
+        for (int i = 0; i < p; ++i) xc[k][i] = t.col[k][i];
+        for (int i = 0; i < q; ++i) xc[k][p + i] = (i == k) ? 1.0 : 0.0;
+    }
+    const int len = want_vectors ? p + q : p;
+    double norm2[kMatCap];
+    for (int j = 0; j < q; ++j) norm2[j] = dot(t.col[j], t.col[j], p);
+
     // Round-robin ordering: each round pairs every column with another one,
     // disjointly, so the rotations of a round are independent. Their
-    // parameters (a dot product and a chain of square roots and divisions
-    // each) are computed together before any column moves, which lets the
-    // processor overlap those latency-bound chains. q odd adds a bye slot.
+    // parameters are computed together before any column moves, which lets
+    // the processor overlap those latency-bound chains. q odd adds a bye slot.
     const int slots = q + (q & 1);
     int seat[kMatCap + 1];
     for (int i = 0; i < slots; ++i) seat[i] = i;
@@ -61,66 +95,32 @@ bool jacobi_sweeps(TallCols &t, double (*vcol)[kMatCap], double *norm2, bool wan
                 }
                 const double alpha = norm2[a], beta = norm2[b];
                 if (alpha == 0.0 || beta == 0.0) continue;  // a zero column stays zero
-                const double gamma = dot<P>(t.col[a], t.col[b], p);
+                const double gamma = dot(xc[a], xc[b], p);
                 if (gamma * gamma <= tol2 * alpha * beta) continue;
-                // Rotation that makes columns a and b orthogonal, by the smaller
-                // angle. With d = beta - alpha, g2 = 2 gamma, r = |(d, g2)| and
-                // w = |d| + r, the textbook t = tan(theta) = sign(zeta) /
-                // (|zeta| + sqrt(1 + zeta^2)), zeta = d / g2, is sign(d) g2 / w,
-                // and c = 1 / sqrt(1 + t^2) = w / sqrt(2 r w), s = c t: two
-                // square roots and one division in a row instead of three
-                // divisions and two roots.
-                const double d = beta - alpha, g2 = 2.0 * gamma;
-                const double r = std::sqrt(d * d + g2 * g2);
-                const double w = std::fabs(d) + r;
-                const double inv = 1.0 / std::sqrt(2.0 * r * w);
-                const double c = w * inv;
-                const double sn_ab = std::copysign(1.0, d) * g2 * inv;
-                const double tn_gamma = std::copysign(1.0, d) * g2 * gamma / w;  // t * gamma
-                norm2[a] = alpha - tn_gamma;
-                norm2[b] = beta + tn_gamma;
+                double tn;
+                rotation(alpha, beta, gamma, cs[pairs], sn[pairs], tn);
+                norm2[a] = alpha - tn * gamma;  // exact norm updates
+                norm2[b] = beta + tn * gamma;
                 pa[pairs] = a;
                 pb[pairs] = b;
-                cs[pairs] = c;
-                sn[pairs] = sn_ab;
                 ++pairs;
             }
             if (pairs > 0) converged = false;
             for (int k = 0; k < pairs; ++k) {
                 const int a = pa[k], b = pb[k];
-                rotate<P>(t.col[a], t.col[b], p, cs[k], sn[k]);
-                if (want_vectors) rotate<Q>(vcol[a], vcol[b], q, cs[k], sn[k]);
+                rotate(xc[a], xc[b], len, cs[k], sn[k]);
                 // Recompute a norm whose update cancelled (a column nearly vanished).
                 const double big = norm2[a] > norm2[b] ? norm2[a] : norm2[b];
-                if (norm2[a] < 1e-3 * big) norm2[a] = dot<P>(t.col[a], t.col[a], p);
-                if (norm2[b] < 1e-3 * big) norm2[b] = dot<P>(t.col[b], t.col[b], p);
+                if (norm2[a] < 1e-3 * big) norm2[a] = dot(xc[a], xc[a], p);
+                if (norm2[b] < 1e-3 * big) norm2[b] = dot(xc[b], xc[b], p);
             }
             // Next round: seat 0 stays, the others move one place round.
             const int last = seat[slots - 1];
             for (int i = slots - 1; i > 1; --i) seat[i] = seat[i - 1];
             if (slots > 1) seat[1] = last;
         }
-        for (int j = 0; j < q; ++j) norm2[j] = dot<P>(t.col[j], t.col[j], p);
+        for (int j = 0; j < q; ++j) norm2[j] = dot(xc[j], xc[j], p);
     }
-    return converged;
-}
-
-}  // namespace
-
-bool jacobi_svd(TallCols &t, SvdWork &w, bool want_vectors) {
-    const int p = t.p, q = t.q;
-    double vcol[kMatCap][kMatCap];
-    if (want_vectors) {
-        for (int k = 0; k < q; ++k) {
-            for (int i = 0; i < q; ++i) vcol[k][i] = (i == k) ? 1.0 : 0.0;
-        }
-    }
-    double norm2[kMatCap];
-    for (int j = 0; j < q; ++j) norm2[j] = dot<0>(t.col[j], t.col[j], p);
-    bool converged;
-    if (p == 6 && q == 6) converged = jacobi_sweeps<6, 6>(t, vcol, norm2, want_vectors);
-    else if (p == 7 && q == 6) converged = jacobi_sweeps<7, 6>(t, vcol, norm2, want_vectors);
-    else converged = jacobi_sweeps<0, 0>(t, vcol, norm2, want_vectors);
 
     // Order by descending length (stable), then normalise.
     int order[kMatCap];
@@ -138,10 +138,10 @@ bool jacobi_svd(TallCols &t, SvdWork &w, bool want_vectors) {
     bool have[kMatCap] = {};
     for (int k = 0; k < q; ++k) {
         const int j = order[k];
-        for (int i = 0; i < q; ++i) w.right[k][i] = vcol[j][i];
+        for (int i = 0; i < q; ++i) w.right[k][i] = xc[j][p + i];
         if (w.sigma[k] > 0.0) {
             const double inv = 1.0 / w.sigma[k];
-            for (int i = 0; i < p; ++i) w.left[k][i] = t.col[j][i] * inv;
+            for (int i = 0; i < p; ++i) w.left[k][i] = xc[j][i] * inv;
             have[k] = true;
         }
     }
