@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 
 namespace tova_test {
 
@@ -61,6 +62,7 @@ enum class Part {
 inline constexpr int kPartCount = 11;
 
 const char *part_name(Part p);
+inline void PrintTo(Part p, std::ostream *os) { *os << part_name(p); }  // GoogleTest's name for a part
 // Runs one part `rounds` times over (more rounds, more calls, same kinds),
 // from the state reset_process_state() (process_state.hpp) makes.
 void run_part(Part p, Digest &d, int rounds = 1);
