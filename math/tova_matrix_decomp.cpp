@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <utility>
 
 #include "math/mat_linalg.hpp"
 #include "math/tova_matrix.h"
@@ -523,6 +524,36 @@ void store_nan_svd(int m, int n, mat *U, mat *S, mat *V) {
     if (V != nullptr) *V = filled(n, n, nan);
 }
 
+// P·A = L·U in place with partial pivoting (the largest magnitude in the column,
+// first one on ties): multipliers below the diagonal, U on and above it, perm the
+// row order. A zero column is left as it is. Returns the permutation's sign.
+double lu_partial_pivot(double (&a)[kMatCap][kMatCap], int n, int (&perm)[kMatCap]) {
+    double sign = 1.0;
+    for (int i = 0; i < n; ++i) perm[i] = i;
+    for (int k = 0; k < n; ++k) {
+        int piv = k;
+        double largest = std::fabs(a[k][k]);
+        for (int i = k + 1; i < n; ++i) {
+            if (std::fabs(a[i][k]) > largest) {
+                largest = std::fabs(a[i][k]);
+                piv = i;
+            }
+        }
+        if (piv != k) {
+            for (int j = 0; j < n; ++j) std::swap(a[k][j], a[piv][j]);
+            std::swap(perm[k], perm[piv]);
+            sign = -sign;
+        }
+        if (a[k][k] == 0.0) continue;  // nothing to eliminate below a zero column
+        for (int i = k + 1; i < n; ++i) {
+            const double l = a[i][k] / a[k][k];
+            a[i][k] = l;
+            for (int j = k + 1; j < n; ++j) a[i][j] -= l * a[k][j];
+        }
+    }
+    return sign;
+}
+
 }  // namespace tova
 
 using tova::kMatCap;
@@ -536,33 +567,7 @@ int mat_lu(const mat *A, mat *L, mat *U, mat *P) {
     double a[kMatCap][kMatCap];
     tova::load_block(*A, n, n, a);
     int perm[kMatCap];
-    for (int i = 0; i < n; ++i) perm[i] = i;
-    for (int k = 0; k < n; ++k) {
-        int piv = k;
-        double largest = std::fabs(a[k][k]);
-        for (int i = k + 1; i < n; ++i) {
-            if (std::fabs(a[i][k]) > largest) {
-                largest = std::fabs(a[i][k]);
-                piv = i;
-            }
-        }
-        if (piv != k) {
-            for (int j = 0; j < n; ++j) {
-                const double t = a[k][j];
-                a[k][j] = a[piv][j];
-                a[piv][j] = t;
-            }
-            const int t = perm[k];
-            perm[k] = perm[piv];
-            perm[piv] = t;
-        }
-        if (a[k][k] == 0.0) continue;  // nothing to eliminate below a zero column
-        for (int i = k + 1; i < n; ++i) {
-            const double l = a[i][k] / a[k][k];
-            a[i][k] = l;
-            for (int j = k + 1; j < n; ++j) a[i][j] -= l * a[k][j];
-        }
-    }
+    tova::lu_partial_pivot(a, n, perm);
     *L = tova::zeroed(n, n);
     *U = tova::zeroed(n, n);
     *P = tova::zeroed(n, n);
@@ -585,30 +590,11 @@ float mat_det(const mat *A) {
     }
     double a[kMatCap][kMatCap];
     tova::load_block(*A, n, n, a);
-    double det = 1.0;
+    int perm[kMatCap];
+    double det = tova::lu_partial_pivot(a, n, perm);
     for (int k = 0; k < n; ++k) {
-        int piv = k;
-        double largest = std::fabs(a[k][k]);
-        for (int i = k + 1; i < n; ++i) {
-            if (std::fabs(a[i][k]) > largest) {
-                largest = std::fabs(a[i][k]);
-                piv = i;
-            }
-        }
-        if (piv != k) {
-            for (int j = k; j < n; ++j) {
-                const double t = a[k][j];
-                a[k][j] = a[piv][j];
-                a[piv][j] = t;
-            }
-            det = -det;
-        }
         det *= a[k][k];
         if (a[k][k] == 0.0) break;  // singular: the determinant is 0 (signed)
-        for (int i = k + 1; i < n; ++i) {
-            const double l = a[i][k] / a[k][k];
-            for (int j = k + 1; j < n; ++j) a[i][j] -= l * a[k][j];
-        }
     }
     return static_cast<float>(det);
 }
