@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "math/fixed_matrix.hpp"
 #include "math/mat_gauss_jordan.hpp"
 #include "math/mat_linalg.hpp"
 
@@ -15,6 +16,31 @@ using tova::mat_dim;
 namespace {
 
 mat zeroed(int rows, int cols) { return tova::mat_zeroed(rows, cols); }
+
+// Conversions between mat and the fixed 4x4 / 7x7 records, one body for both:
+// counts are clamped to the smaller capacity, everything else is zero.
+template <class M>
+mat fixed_to_mat(const M &m) {
+    const int rows = tova::fm_bound<M>(m.rows), cols = tova::fm_bound<M>(m.cols);
+    mat r = zeroed(rows, cols);
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) r.data[i][j] = m.data[i][j];
+    }
+    return r;
+}
+
+template <class M>
+M mat_to_fixed(const mat &A) {
+    const int rows = tova::fm_bound<M>(mat_dim(A.rows)), cols = tova::fm_bound<M>(mat_dim(A.cols));
+    M r;
+    std::memset(&r, 0, sizeof r);
+    r.rows = static_cast<int16_t>(rows);
+    r.cols = static_cast<int16_t>(cols);
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) r.data[i][j] = A.data[i][j];
+    }
+    return r;
+}
 
 bool index_ok(int one_based) { return one_based >= 1 && one_based <= kMatCap; }
 
@@ -404,51 +430,13 @@ mat mat_T2p(const mat *T) {
 
 mat mat_homogen_trans_inv(const mat *T) { return *T; }
 
-mat matrix_to_mat(const Matrix *m) {
-    const int rows = m->rows < 0 ? 0 : (m->rows > 4 ? 4 : m->rows);
-    const int cols = m->cols < 0 ? 0 : (m->cols > 4 ? 4 : m->cols);
-    mat r = zeroed(rows, cols);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) r.data[i][j] = m->data[i][j];
-    }
-    return r;
-}
+mat matrix_to_mat(const Matrix *m) { return fixed_to_mat(*m); }
 
-mat matrix_more_to_mat(const MatrixMore *m) {
-    const int rows = m->rows < 0 ? 0 : (m->rows > 7 ? 7 : m->rows);
-    const int cols = m->cols < 0 ? 0 : (m->cols > 7 ? 7 : m->cols);
-    mat r = zeroed(rows, cols);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) r.data[i][j] = m->data[i][j];
-    }
-    return r;
-}
+mat matrix_more_to_mat(const MatrixMore *m) { return fixed_to_mat(*m); }
 
-Matrix mat_to_matrix(const mat *A) {
-    const int rows = mat_dim(A->rows) > 4 ? 4 : mat_dim(A->rows);
-    const int cols = mat_dim(A->cols) > 4 ? 4 : mat_dim(A->cols);
-    Matrix r;
-    std::memset(&r, 0, sizeof r);
-    r.rows = static_cast<int16_t>(rows);
-    r.cols = static_cast<int16_t>(cols);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) r.data[i][j] = A->data[i][j];
-    }
-    return r;
-}
+Matrix mat_to_matrix(const mat *A) { return mat_to_fixed<Matrix>(*A); }
 
-MatrixMore mat_to_matrix_more(const mat *A) {
-    const int rows = mat_dim(A->rows) > 7 ? 7 : mat_dim(A->rows);
-    const int cols = mat_dim(A->cols) > 7 ? 7 : mat_dim(A->cols);
-    MatrixMore r;
-    std::memset(&r, 0, sizeof r);
-    r.rows = static_cast<int16_t>(rows);
-    r.cols = static_cast<int16_t>(cols);
-    for (int i = 0; i < rows; ++i) {
-        for (int j = 0; j < cols; ++j) r.data[i][j] = A->data[i][j];
-    }
-    return r;
-}
+MatrixMore mat_to_matrix_more(const mat *A) { return mat_to_fixed<MatrixMore>(*A); }
 
 int mat_inv(mat A, mat *out) {
     A.rows = mat_dim(A.rows);
