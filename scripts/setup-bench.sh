@@ -5,18 +5,7 @@
 # The library never depends on KDL; without it the peer rows are left out.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-packages=(cmake ninja-build g++ libbenchmark-dev liborocos-kdl-dev libeigen3-dev)
-missing=()
-for p in "${packages[@]}"; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if ((${#missing[@]})); then
-  echo "installing: ${missing[*]}"
-  SUDO=""
-  [ "$(id -u)" -eq 0 ] || SUDO="sudo"
-  $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq "${missing[@]}" >/dev/null
-fi
+scripts/setup.sh   # Google Benchmark and Orocos KDL are among its packages
 cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DTOVA_BUILD_BENCHMARKS=ON \
       -DBUILD_TESTING=OFF -DTOVA_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build/bench -j 2 --target bench_kinematics
