@@ -1,12 +1,15 @@
-// Independent double-precision reference for the universal kinematics tests:
-// the DH chain built from elementary rotations and translations, frames as
-// plain 4x4 arrays, and helpers to select models and draw joint vectors.
+// The one independent double-precision reference of the kinematics tests: the
+// textbook DH link matrices chained in double, frames as plain 4x4 arrays,
+// comparisons against the library's f32 records, and helpers to select
+// models and draw joint vectors inside the limits.
 #pragma once
 
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "tova_algorithm.h"
@@ -29,29 +32,21 @@ inline M4 mul(const M4 &a, const M4 &b) {
     return r;
 }
 
-inline M4 rot_x(double t) {
-    M4 m = eye();
-    m[1][1] = std::cos(t), m[1][2] = -std::sin(t);
-    m[2][1] = std::sin(t), m[2][2] = std::cos(t);
-    return m;
-}
-inline M4 rot_z(double t) {
-    M4 m = eye();
-    m[0][0] = std::cos(t), m[0][1] = -std::sin(t);
-    m[1][0] = std::sin(t), m[1][1] = std::cos(t);
-    return m;
-}
-inline M4 trans(double x, double y, double z) {
-    M4 m = eye();
-    m[0][3] = x, m[1][3] = y, m[2][3] = z;
-    return m;
-}
-
 inline M4 from(const Matrix &m) {
     M4 r{};
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) r[i][j] = m.data[i][j];
     return r;
+}
+
+// Link transform of one DH row, written out as the textbook matrix of
+// modified  RotX(alpha) TransX(a) RotZ(theta) TransZ(d),
+// standard  RotZ(theta) TransZ(d) TransX(a) RotX(alpha).
+inline M4 link(bool modified, double th, double d, double a, double al) {
+    const double ct = std::cos(th), st = std::sin(th), ca = std::cos(al), sa = std::sin(al);
+    if (modified)
+        return M4{{{ct, -st, 0, a}, {st * ca, ct * ca, -sa, -sa * d}, {st * sa, ct * sa, ca, ca * d}, {0, 0, 0, 1}}};
+    return M4{{{ct, -st * ca, st * sa, a * ct}, {st, ct * ca, -ct * sa, a * st}, {0, sa, ca, d}, {0, 0, 0, 1}}};
 }
 
 // The arm as the store describes it: DH table, joints and convention.
@@ -69,27 +64,17 @@ inline Arm current_arm(bool modified) {
     return arm;
 }
 
-// Link transform of one DH row in double, written out as the textbook matrix
-// of the product of elementary motions:
-// modified  RotX(alpha) TransX(a) RotZ(theta) TransZ(d),
-// standard  RotZ(theta) TransZ(d) TransX(a) RotX(alpha).
-inline M4 link(bool modified, double th, double d, double a, double al) {
-    const double ct = std::cos(th), st = std::sin(th), ca = std::cos(al), sa = std::sin(al);
-    if (modified)
-        return M4{{{ct, -st, 0, a}, {st * ca, ct * ca, -sa, -sa * d}, {st * sa, ct * sa, ca, ca * d}, {0, 0, 0, 1}}};
-    return M4{{{ct, -st * ca, st * sa, a * ct}, {st, ct * ca, -ct * sa, a * st}, {0, sa, ca, d}, {0, 0, 0, 1}}};
-}
-
-// Base-to-flange chain for machine angles q (offsets added); `upto` links.
-inline M4 chain(const Arm &arm, const double *q, int upto) {
+// Base-to-link-`upto` chain for machine angles q (offsets added).
+template <class Real>
+M4 chain(const Arm &arm, const Real *q, int upto) {
     M4 A = eye();
     for (int i = 0; i < upto; ++i)
-        A = mul(A, link(arm.modified, q[i] + arm.dh.offset[i], arm.dh.d[i], arm.dh.a[i], arm.dh.alpha[i]));
+        A = mul(A, link(arm.modified, double(q[i]) + arm.dh.offset[i], arm.dh.d[i], arm.dh.a[i], arm.dh.alpha[i]));
     return A;
 }
 
-// Twist (v, w) of the change from T0 to T1 over step h: linear part dp/h and
-// angular part vex(dR R^T)/h, both in the frame that T0 and T1 are given in.
+// Twist (v, w) of the change from Tm to Tp over the step 2h: linear part dp
+// and angular part vex(dR Rmid^T), both in the frame Tp and Tm are given in.
 inline std::array<double, 6> twist(const M4 &Tp, const M4 &Tm, double h, const M4 &Rmid) {
     std::array<double, 6> t{};
     for (int r = 0; r < 3; ++r) t[r] = (Tp[r][3] - Tm[r][3]) / (2 * h);
@@ -114,22 +99,44 @@ inline std::array<double, 6> into_frame(const M4 &R, const std::array<double, 6>
     return o;
 }
 
+// Largest element difference over the leading rows x cols block.
+inline double max_abs_diff(const Matrix &a, const M4 &b, int rows = 4, int cols = 4) {
+    double m = 0.0;
+    for (int i = 0; i < rows; ++i)
+        for (int j = 0; j < cols; ++j) m = std::fmax(m, std::fabs(a.data[i][j] - b[i][j]));
+    return m;
+}
+inline double max_abs_diff(const Matrix &a, const Matrix &b, int rows = 4, int cols = 4) {
+    return max_abs_diff(a, from(b), rows, cols);
+}
+
+template <class Record>
+bool same_bits(const Record &a, const Record &b) {
+    return std::memcmp(&a, &b, sizeof(Record)) == 0;
+}
+
 struct ModelCase {
     uint32_t type;
     uint32_t sensor;
-    bool modified;
-    const char *name;
+    bool modified;  // the quell and the generic arm use standard DH
+    std::string name;
 };
 
-inline const std::vector<ModelCase> &all_models() {
-    static const std::vector<ModelCase> models = {
-        {ROBOT_VESK, 2, true, "vesk"},       {ROBOT_QUELL, 1, false, "quell"},
-        {ROBOT_PIRRA_2, 0, true, "pirra_2"}, {ROBOT_PIRRA_3, 0, true, "pirra_3"},
-        {ROBOT_LUMO_A, 1, true, "lumo_a"},   {ROBOT_LUMO_B, 0, true, "lumo_b"},
-        {ROBOT_TALDO, 0, true, "taldo"},     {ROBOT_LUMO_C, 2, true, "lumo_c"},
-        {ROBOT_GENERIC_7, 0, false, "generic_7"},
-    };
-    return models;
+// Every model once (a varied sensor type each), or with every sensor type it
+// accepts (the generic arm, blank until given a table, left out then).
+inline std::vector<ModelCase> all_models(bool every_sensor = false) {
+    const struct { uint32_t type, sensor, sensors; const char *name; } models[] = {
+        {ROBOT_VESK, 2, 3, "vesk"},       {ROBOT_QUELL, 1, 3, "quell"},   {ROBOT_PIRRA_2, 0, 3, "pirra_2"},
+        {ROBOT_PIRRA_3, 0, 3, "pirra_3"}, {ROBOT_LUMO_A, 1, 3, "lumo_a"}, {ROBOT_LUMO_B, 0, 1, "lumo_b"},
+        {ROBOT_TALDO, 0, 1, "taldo"},     {ROBOT_LUMO_C, 2, 3, "lumo_c"}, {ROBOT_GENERIC_7, 0, 0, "generic_7"}};
+    std::vector<ModelCase> out;
+    for (const auto &m : models) {
+        const bool modified = m.type != ROBOT_QUELL && m.type != ROBOT_GENERIC_7;
+        if (!every_sensor) out.push_back({m.type, m.sensor, modified, m.name});
+        for (uint32_t s = 0; every_sensor && s < m.sensors; ++s)
+            out.push_back({m.type, s, modified, m.name + std::string("_s") + std::to_string(s)});
+    }
+    return out;
 }
 
 // Selects the model; the blank generic_7 gets a random non-trivial DH table so
@@ -149,7 +156,7 @@ inline void select(const ModelCase &m, std::mt19937 &rng) {
     }
 }
 
-// Random joint vector inside the limits shrunk by `margin` on each side.
+// Random joint vector (8 slots) inside the limits shrunk by `margin` on each side.
 inline std::vector<float> random_q(std::mt19937 &rng, float margin = 0.0f) {
     float hi[8], lo[8];
     libalgo_get_jointlim_max(hi);
@@ -158,6 +165,17 @@ inline std::vector<float> random_q(std::mt19937 &rng, float margin = 0.0f) {
     for (int i = 0; i < libalgo_get_rbt_dof(); ++i)
         q[i] = std::uniform_real_distribution<float>(lo[i] + margin, hi[i] - margin)(rng);
     return q;
+}
+
+// Random tool and work frames (offsets within `reach` m) and install angles.
+inline void random_frames(std::mt19937 &rng, float reach = 0.2f) {
+    std::uniform_real_distribution<float> len(-reach, reach), ang(-3.0f, 3.0f);
+    const float tool[6] = {len(rng), len(rng), len(rng), ang(rng), ang(rng), ang(rng)};
+    const float work[6] = {len(rng), len(rng), len(rng), ang(rng), ang(rng), ang(rng)};
+    const float inst[3] = {ang(rng), ang(rng), ang(rng)};
+    libalgo_set_tool_cs_params(tool);
+    libalgo_set_work_cs_params(work);
+    libalgo_set_robot_install_angle(inst);
 }
 
 }  // namespace ref
