@@ -1,37 +1,25 @@
 // DH link transforms and the frame products of the universal chain.
-#include "fk_fixture.hpp"
+#include <gtest/gtest.h>
+
 #include "kinematics/frame_product.hpp"
 #include "kinematics/universal_kin_internal.hpp"
-
-using namespace fk_test;
+#include "universal_reference.hpp"
 
 namespace {
 
-// Independent double-precision link transforms: modified DH is
-// Rx(alpha) Tx(a) Rz(theta) Tz(d), standard DH is Rz(theta) Tz(d) Tx(a) Rx(alpha).
-Mat4d rot(double t, bool about_x) {
-    const double c = std::cos(t), s = std::sin(t);
-    if (about_x) return {{{1, 0, 0, 0}, {0, c, -s, 0}, {0, s, c, 0}, {0, 0, 0, 1}}};
-    return {{{c, -s, 0, 0}, {s, c, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-}
-Mat4d trans(double x, double z) { return {{{1, 0, 0, x}, {0, 1, 0, 0}, {0, 0, 1, z}, {0, 0, 0, 1}}}; }
+using ref::max_abs_diff;
+using ref::same_bits;
 
-TEST(LinkTransforms, MatchElementaryProducts) {
+TEST(LinkTransforms, MatchTheTextbookMatrices) {
     std::mt19937 rng(9);
     std::uniform_real_distribution<float> ang(-3.0f, 3.0f), len(-0.5f, 0.5f);
     for (int n = 0; n < 2000; ++n) {
         DhTable dh{};
         float q[8];
         const int i = n % 8;
-        dh.alpha[i] = ang(rng);
-        dh.d[i] = len(rng);
-        dh.a[i] = len(rng);
-        q[i] = ang(rng);
-        const double al = dh.alpha[i], th = q[i];
-        const Mat4d mdh = rot(al, true) * trans(dh.a[i], 0) * rot(th, false) * trans(0, dh.d[i]);
-        const Mat4d sdh = rot(th, false) * trans(0, dh.d[i]) * trans(dh.a[i], 0) * rot(al, true);
-        EXPECT_LE(max_abs_diff(kin_get_MDH_Ti(i, &dh, q), mdh), 1e-6);
-        EXPECT_LE(max_abs_diff(kin_get_SDH_Ti(i, &dh, q), sdh), 1e-6);
+        dh.alpha[i] = ang(rng), dh.d[i] = len(rng), dh.a[i] = len(rng), q[i] = ang(rng);
+        EXPECT_LE(max_abs_diff(kin_get_MDH_Ti(i, &dh, q), ref::link(true, q[i], dh.d[i], dh.a[i], dh.alpha[i])), 1e-6);
+        EXPECT_LE(max_abs_diff(kin_get_SDH_Ti(i, &dh, q), ref::link(false, q[i], dh.d[i], dh.a[i], dh.alpha[i])), 1e-6);
     }
 }
 
@@ -79,8 +67,7 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
         for (int i = 0; i < 4; ++i)
             for (int j = 0; j < 4; ++j) {
                 const float e = expect.data[i][j], g = got.data[i][j];
-                if (std::isnan(e) && std::isnan(g)) continue;
-                ASSERT_EQ(std::memcmp(&e, &g, sizeof e), 0) << n << " (" << i << ", " << j << ")";
+                ASSERT_TRUE((std::isnan(e) && std::isnan(g)) || same_bits(e, g)) << n << " (" << i << ", " << j << ")";
             }
     }
 }
@@ -89,82 +76,42 @@ Matrix frame_of(const std::vector<float> &q, const char *frame, const char *mode
     return kin_universal_kinematics_Tn(q.data(), mode, frame);
 }
 
-// A := identity, A := A * T_i over the first `count` exported link transforms.
-Matrix product_of_links(const std::vector<float> &q, int count, bool modified, bool add_offsets) {
-    DhTable dh;
-    libalgo_get_dh_value(&dh);
-    float qm[8];
-    for (int i = 0; i < 8; ++i) qm[i] = add_offsets ? q[i] + dh.offset[i] : q[i];
-    Matrix A = unit_matrix(4);
-    for (int i = 0; i < count; ++i) {
-        const Matrix Ti = modified ? kin_get_MDH_Ti(i, &dh, qm) : kin_get_SDH_Ti(i, &dh, qm);
-        A = matrix_m(&A, &Ti);
-    }
-    return A;
-}
-
-TEST(UniversalChain, ConventionFollowsJointCountAndTaldo) {
+// Modified DH for six joints or the taldo, standard otherwise: the chain of
+// every model (the generic arm with a random table) against the reference.
+// Only the exact text "modeling" takes model angles (offsets not added).
+TEST(UniversalChain, ConventionRuleAndModelingMode) {
     EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_QUELL, 6));
     EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_TALDO, 7));
     EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_QUELL, 7));
     EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_VESK, 5));
-    const struct { uint32_t type; bool modified; } cases[] = {
-        {ROBOT_VESK, true}, {ROBOT_QUELL, false}, {ROBOT_TALDO, true}, {ROBOT_GENERIC_7, false}};
-    for (const auto &k : cases) {
-        select(k.type, 0);
-        if (k.type == ROBOT_GENERIC_7) {  // give the blank arm a geometry
-            DhTable dh{};
-            for (int i = 0; i < 7; ++i) {
-                dh.d[i] = 0.1f * i;
-                dh.a[i] = 0.05f * (i % 3);
-                dh.alpha[i] = 0.4f * (i - 3);
-                dh.offset[i] = 0.1f;
-            }
-            libalgo_set_dh_params(&dh);
+    std::mt19937 rng(4);
+    for (const auto &m : ref::all_models()) {
+        ref::select(m, rng);
+        const ref::Arm arm = ref::current_arm(m.modified);
+        for (int n = 0; n < 200; ++n) {
+            const auto q = ref::random_q(rng);
+            const Matrix machine = frame_of(q, "T0n");
+            EXPECT_LE(max_abs_diff(machine, ref::chain(arm, q.data(), arm.n)), 2e-5) << m.name;
+            std::vector<float> qm(q);
+            for (int i = 0; i < arm.n; ++i) qm[i] += arm.dh.offset[i];
+            EXPECT_TRUE(same_bits(frame_of(qm, "T0n", "modeling"), machine)) << m.name;
+            for (const char *other : {"modeling ", "Modeling", "model", "anything"})
+                EXPECT_TRUE(same_bits(frame_of(q, "T0n", other), machine)) << other;
         }
-        JointSampler sampler(k.type);
-        for (int n = 0; n < 50; ++n) {
-            const auto q = sampler.next();
-            EXPECT_TRUE(same_bits(frame_of(q, "T0n"), product_of_links(q, sampler.dof(), k.modified, true)));
-        }
-    }
-}
-
-TEST(UniversalChain, ModelingModeIgnoresOffsets) {
-    EXPECT_TRUE(tova::universal_is_modeling_mode("modeling"));
-    for (const char *other : {"modeling ", "Modeling", "model", "machine"})
-        EXPECT_FALSE(tova::universal_is_modeling_mode(other));
-    select(ROBOT_PIRRA_2, 1);  // non-zero offsets
-    DhTable dh;
-    libalgo_get_dh_value(&dh);
-    JointSampler sampler(4);
-    for (int n = 0; n < 200; ++n) {
-        const auto q = sampler.next();
-        std::vector<float> qm(8);
-        for (int i = 0; i < 8; ++i) qm[i] = q[i] + dh.offset[i];
-        const Matrix machine = frame_of(q, "T0n");
-        EXPECT_TRUE(same_bits(frame_of(qm, "T0n", "modeling"), machine));
-        EXPECT_TRUE(same_bits(frame_of(q, "T0n", "anything"), machine));
-        EXPECT_TRUE(same_bits(frame_of(q, "T0n", "modeling"), product_of_links(q, 6, true, false)));
     }
 }
 
 TEST(UniversalChain, SelectorsComposeFramesInOrder) {
-    select(ROBOT_TALDO, 0);
-    const float tool_p[6] = {0.02f, 0.0f, 0.12f, 0.0f, 0.3f, 0.1f};
-    const float work_p[6] = {-0.3f, 0.4f, 0.05f, 0.1f, -0.2f, 0.6f};
-    const float inst_p[3] = {0.0f, 0.4f, -0.2f};
-    libalgo_set_tool_cs_params(tool_p);
-    libalgo_set_work_cs_params(work_p);
-    libalgo_set_robot_install_angle(inst_p);
+    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_TALDO, 0), 0);
+    std::mt19937 rng(6);
+    ref::random_frames(rng);
     Matrix tool, work, inst;
     libalgo_get_tool_cs_matrix(&tool);
     libalgo_get_work_cs_to_base_matrix(&work);
     libalgo_get_robot_install_angle_matrix(&inst);
     const Matrix WI = matrix_m(&work, &inst);
-    JointSampler sampler(6);
     for (int n = 0; n < 100; ++n) {
-        const auto q = sampler.next();
+        const auto q = ref::random_q(rng);
         const Matrix A = frame_of(q, "T0n");
         const Matrix At = matrix_m(&A, &tool), IA = matrix_m(&inst, &A), IAt = matrix_m(&inst, &At);
         EXPECT_TRUE(same_bits(frame_of(q, "T0t"), At));
@@ -178,25 +125,27 @@ TEST(UniversalChain, SelectorsComposeFramesInOrder) {
 }
 
 TEST(UniversalChain, StaticsRefreshOnlyAsFarAsTheChainReaches) {
-    select(ROBOT_QUELL, 2);
-    const auto q7 = JointSampler(8).next();
-    frame_of(q7, "Twt");  // any selector refreshes them
-    EXPECT_TRUE(same_bits(frame_of(q7, "T02"), product_of_links(q7, 2, false, true)));
-    EXPECT_TRUE(same_bits(frame_of(q7, "T05"), product_of_links(q7, 5, false, true)));
-    EXPECT_TRUE(same_bits(frame_of(q7, "T06"), product_of_links(q7, 6, false, true)));
-    EXPECT_TRUE(same_bits(tova::universal_T05(), product_of_links(q7, 5, false, true)));
-
-    select(ROBOT_VESK, 0);
-    const auto q6 = JointSampler(9).next();
-    EXPECT_TRUE(same_bits(tova::universal_T06(), frame_of(q6, "T0n")));
-    EXPECT_TRUE(same_bits(tova::universal_T02(), product_of_links(q6, 2, true, true)));
+    std::mt19937 rng(8);
+    for (const auto &m : {ref::all_models()[1], ref::all_models()[0]}) {  // quell, then vesk
+        ref::select(m, rng);
+        const ref::Arm arm = ref::current_arm(m.modified);
+        const auto q = ref::random_q(rng);
+        frame_of(q, "Twt");  // any selector refreshes them
+        const Matrix statics[3] = {tova::universal_T02(), tova::universal_T05(), tova::universal_T06()};
+        const char *selector[3] = {"T02", "T05", "T06"};
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_TRUE(same_bits(frame_of(q, selector[k]), statics[k])) << m.name << " " << selector[k];
+            EXPECT_LE(max_abs_diff(statics[k], ref::chain(arm, q.data(), k == 0 ? 2 : 4 + k)), 2e-5) << m.name;
+        }
+    }
     const Matrix t02 = tova::universal_T02(), t05 = tova::universal_T05(), t06 = tova::universal_T06();
     // A refused selection leaves no joints: identity chain, statics untouched.
     ASSERT_EQ(libalgo_set_robot_and_sensor_type(2, 0), -1);
-    EXPECT_TRUE(same_bits(frame_of(q6, "T0n"), unit_matrix(4)));
-    EXPECT_TRUE(same_bits(frame_of(q6, "T02"), t02));
-    EXPECT_TRUE(same_bits(frame_of(q6, "T05"), t05));
-    EXPECT_TRUE(same_bits(frame_of(q6, "T06"), t06));
+    const std::vector<float> q(8, 0.3f);
+    EXPECT_TRUE(same_bits(frame_of(q, "T0n"), unit_matrix(4)));
+    EXPECT_TRUE(same_bits(frame_of(q, "T02"), t02));
+    EXPECT_TRUE(same_bits(frame_of(q, "T05"), t05));
+    EXPECT_TRUE(same_bits(frame_of(q, "T06"), t06));
 }
 
 }  // namespace

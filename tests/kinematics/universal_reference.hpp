@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -18,11 +19,7 @@ namespace ref {
 
 using M4 = std::array<std::array<double, 4>, 4>;
 
-inline M4 eye() {
-    M4 m{};
-    for (int i = 0; i < 4; ++i) m[i][i] = 1.0;
-    return m;
-}
+inline M4 eye() { return M4{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}}; }
 
 inline M4 mul(const M4 &a, const M4 &b) {
     M4 r{};
@@ -57,10 +54,8 @@ struct Arm {
 };
 
 inline Arm current_arm(bool modified) {
-    Arm arm{};
+    Arm arm{{}, libalgo_get_rbt_dof(), modified};
     libalgo_get_dh_value(&arm.dh);
-    arm.n = libalgo_get_rbt_dof();
-    arm.modified = modified;
     return arm;
 }
 
@@ -121,6 +116,7 @@ struct ModelCase {
     bool modified;  // the quell and the generic arm use standard DH
     std::string name;
 };
+inline std::ostream &operator<<(std::ostream &o, const ModelCase &m) { return o << m.name; }
 
 // Every model once (a varied sensor type each), or with every sensor type it
 // accepts (the generic arm, blank until given a table, left out then).
