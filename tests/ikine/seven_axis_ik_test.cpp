@@ -1,11 +1,13 @@
 // Seven-axis inverse kinematics of quell (three sensor lengths) and taldo:
 // the closed forms and searches against the reference chain, degenerate
-// targets, round trips through the entry with frames, ikine, result codes.
+// targets, round trips through the entry with frames, ikine, result codes,
+// and Cartesian path tracking in narrow mode.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "ik_reference.hpp"
+#include "ikine/ik_six_axis_core.hpp"
 #include "ikine/seven_axis_entry.hpp"
 #include "ikine/seven_axis_quell.hpp"
 #include "ikine/seven_axis_taldo.hpp"
@@ -50,14 +52,10 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
         return taldo_ ? solve_taldo(ta_geo_, js_, ss, rigid(target), cur)
                       : solve_quell(qa_geo_, js_, ss, rigid(target), cur);
     }
-    // Prepares the closed form for target; returns the current parameter.
-    double prepare(const M4 &target, const double *cur) {
-        if (taldo_) {
-            ta_.setup(ta_geo_, rigid(target), cur);
-        } else {
-            EXPECT_EQ(qa_.setup(qa_geo_, rigid(target), cur), kOk);
-        }
-        return taldo_ ? cur[6] : qa_.current_phi();
+    // Prepares the closed form for target; false when out of reach (quell).
+    bool setup(const Rigid &target, const double *cur) {
+        if (taldo_) ta_.setup(ta_geo_, target, cur);
+        return taldo_ || qa_.setup(qa_geo_, target, cur) == kOk;
     }
     unsigned branches(double t, double raw[kBranches][kJoints]) const {
         return taldo_ ? ta_.solve(t, 0xFFu, raw) : qa_.solve(t, 0xFFu, raw);
@@ -78,6 +76,67 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
         EXPECT_LT(ikref::rot_err(T, target), tol);
     }
 
+    // Well-conditioned start for a path leaving in direction dir at 0.25 m/s
+    // with fixed orientation: the least-norm joint rates pinv(J) (v, 0) of the
+    // tool-point Jacobian stay below half the speed limits, and the joints
+    // 0.3 rad inside their limits.
+    void start_joints(std::mt19937 &rng, const double dir[3], float *q) const {
+        for (bool ok = false; !ok;) {
+            ikref::random_joints(m_, rng, q, 0.3);
+            const MatrixMore J = kin_calc_jacobe_J0(q, "machine");
+            mat Jm = mat_zeros(6, 7), v = mat_zeros(6, 1);
+            for (int r = 0; r < 6; ++r)
+                for (int c = 0; c < 7; ++c) Jm.data[r][c] = J.data[r][c];
+            for (int r = 0; r < 3; ++r) v.data[r][0] = static_cast<float>(0.25 * dir[r]);
+            const mat P = mat_pinv(&Jm), rates = mat_mult(&P, &v);
+            ok = true;
+            for (int j = 0; j < 7; ++j) ok = ok && std::fabs(rates.data[j][0]) < 0.5 * m_.vmax[j];
+        }
+    }
+
+    // Dense scan of the narrow window over every branch: is any solution
+    // inside the limits and within the speed limits from q? The step is 1e-5
+    // rad, not 1e-3: along the taldo self-motion the other joints can move a
+    // hundred times faster than joint 7, so admissible pieces of the window
+    // can be narrower than a milliradian.
+    bool admissible_in_window(const Pose &pose, const float *q) {
+        // The flange target as the entry and the solver build it (the
+        // installation and work frames are identity on the paths).
+        Matrix T;
+        libalgo_get_tool_cs_matrix(&T);
+        const Matrix P = pose_quat_to_transformation_matrix(pose), Ti = matrix_inv_coordinate_system(&T);
+        const Matrix F = matrix_m(&P, &Ti);
+        Rigid target, tool;
+        read_target(matrix_to_mat(taldo_ ? &F : &P), &target);
+        rigid_from_matrix(T, &tool);
+        if (!taldo_) target = compose(target, inverse(tool));
+        const float period = libalgo_get_control_loop_period();
+        double cur[7], lo[7], hi[7], step[7];
+        for (int i = 0; i < 7; ++i) {
+            cur[i] = q[i] + m_.dh.offset[i];
+            lo[i] = m_.lo[i] + m_.dh.offset[i];
+            hi[i] = m_.hi[i] + m_.dh.offset[i];
+            step[i] = static_cast<double>(m_.vmax[i] * period);
+        }
+        if (!setup(target, cur)) return false;
+        const double t0 = taldo_ ? cur[6] : qa_.current_phi();
+        const double a = taldo_ ? std::fmax(lo[6], t0 - 0.013) : t0 - 0.013, b = taldo_ ? std::fmin(hi[6], t0 + 0.013) : t0 + 0.013;
+        const int n = static_cast<int>(std::ceil((b - a) / 1e-5));
+        for (int k = 0; k <= n; ++k) {
+            double raw[kBranches][kJoints];
+            const unsigned got = branches(n > 0 ? a + (b - a) * k / n : a, raw);
+            for (int br = 0; br < kBranches; ++br) {
+                bool ok = got & (1u << br);
+                for (int i = 0; i < 7 && ok; ++i) {  // the turn nearest the current joint
+                    const double d = std::remainder(raw[br][i] - cur[i], 2 * kPi);
+                    ok = std::fabs(d) <= step[i] && cur[i] + d >= lo[i] && cur[i] + d <= hi[i];
+                }
+                if (ok) return true;
+            }
+        }
+        return false;
+    }
+
     ikref::Seven m_;
     bool taldo_ = false;
     JointSpace js_;
@@ -94,7 +153,8 @@ TEST_P(SevenAxis, ClosedFormContainsGeneratingJoints) {
     for (int n = 0; n < 400; ++n) {
         double th[kJoints], raw[kBranches][kJoints];
         const M4 target = random_target(rng, th);
-        const unsigned got = branches(prepare(target, th), raw);
+        ASSERT_TRUE(setup(rigid(target), th));
+        const unsigned got = branches(taldo_ ? th[6] : qa_.current_phi(), raw);
         ASSERT_NE(got, 0u);
         double nearest = 1e9;
         for (int b = 0; b < kBranches; ++b) {
@@ -137,7 +197,7 @@ TEST_P(SevenAxis, AnalyticPiecesHoldEveryFeasibleSolution) {
     int missed = 0, feasible = 0;
     for (int n = 0; n < 40; ++n) {
         double th[kJoints];
-        prepare(random_target(rng, th), th);
+        ASSERT_TRUE(setup(rigid(random_target(rng, th)), th));
         Span spans[kMaxSpans];
         const double base = taldo_ ? js_.lo[6] : -1.0, len = taldo_ ? js_.hi[6] - js_.lo[6] : 2 * kPi;
         const int n_spans = taldo_ ? ta_.elbow_spans(&js_, base, base + len, spans, kMaxSpans)
@@ -316,6 +376,80 @@ TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
     libalgo_set_jointlim_min(lo);
     ikine_set_7dof_solver_search_strategy(0);
     expect_held(T, IKINE7_JOINT_LIMIT);
+}
+
+// Cartesian paths through inverse_kinematics in narrow mode: lines and
+// circles at 0.25 m/s sampled at 500 Hz, with the default tool and (paths 3
+// and 4 of every 4) an offset tool. Every step succeeds (pose within 1e-5,
+// joints within the limits and speed limits) or stops with a code that a
+// dense scan of the window confirms. TOVA_SEVEN_AXIS_PATHS: paths per model.
+TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
+    std::mt19937 rng(31 + GetParam().type * 3 + GetParam().sensor);
+    const char *env = std::getenv("TOVA_SEVEN_AXIS_PATHS");
+    const float tool[6] = {0.02f, -0.01f, 0.15f, 0.2f, -0.1f, 0.3f}, no_tool[6] = {};
+    const int paths = env ? std::atoi(env) : 4;
+    int completed = 0, steps = 0, stops[4] = {}, unconfirmed = 0, checked = 0, agrees = 0;
+    for (int path = 0; path < paths; ++path) {
+        const bool circle = path % 2;
+        libalgo_set_tool_cs_params(path % 4 >= 2 ? tool : no_tool);
+        // along u (line), or a circle in the plane of u and v leaving the start along v
+        std::normal_distribution<double> g(0.0, 1.0);
+        double u[3] = {g(rng), g(rng), g(rng)}, v[3] = {g(rng), g(rng), g(rng)};
+        const double nu = std::hypot(u[0], u[1], u[2]), uv = (u[0] * v[0] + u[1] * v[1] + u[2] * v[2]) / nu;
+        for (int i = 0; i < 3; ++i) u[i] /= nu, v[i] -= uv * u[i];
+        const double nv = std::hypot(v[0], v[1], v[2]);
+        for (double &x : v) x /= nv;
+        float q[8] = {}, out[8];
+        start_joints(rng, circle ? v : u, q);
+        Pose p0;
+        forward_kinematics(&p0, q);
+        const double speed = 0.25, dt = 0.002, radius = 0.05;
+        const int n_steps = static_cast<int>((circle ? 2.0 * kPi * radius : 0.15) / (speed * dt));
+        int k = 1;
+        for (; k <= n_steps; ++k) {
+            Pose pk = p0;  // circles start at p0 around p0 - radius u
+            const double s = speed * dt * k, angle = s / radius;
+            float *xyz[3] = {&pk.x, &pk.y, &pk.z};
+            for (int i = 0; i < 3; ++i)
+                *xyz[i] = static_cast<float>(
+                    *xyz[i] + (circle ? radius * ((std::cos(angle) - 1.0) * u[i] + std::sin(angle) * v[i]) : s * u[i]));
+            const int32_t code = inverse_kinematics(q, &pk, out, 0);
+            if (code != 0) {
+                const int slot = code == IKINE7_OUT_OF_REACH ? 0 : code == IKINE7_JOINT_LIMIT ? 1 : code == IKINE7_SPEED_LIMIT ? 2 : 3;
+                ++stops[slot];
+                float held[8];  // the current joints as the solver got them (last-joint wrap clamp)
+                tova::ik::prepare_joints(q, m_.type, held);
+                for (int i = 0; i < 7; ++i) EXPECT_EQ(out[i], held[i]);
+                if (slot == 3 || admissible_in_window(pk, q)) {
+                    ++unconfirmed;
+                    const Quaternion &o = pk.quaternion;
+                    ADD_FAILURE() << "unconfirmed stop, code " << code << " at step " << k << ", q "
+                                  << ::testing::PrintToString(std::vector<float>(q, q + 7)) << ", pose "
+                                  << ::testing::PrintToString(std::vector<float>{pk.x, pk.y, pk.z, o.w, o.x, o.y, o.z});
+                }
+                break;
+            }
+            Pose back;
+            forward_kinematics(&back, out);
+            const M4 A = ikref::pose_m4(back), B = ikref::pose_m4(pk);
+            EXPECT_LT(ikref::pos_err(A, B), 1e-5) << "step " << k;
+            EXPECT_LT(ikref::rot_err(A, B), 1e-5) << "step " << k;
+            EXPECT_EQ(joint_overspeed_judgment(q, out, 1.0f), 0) << "step " << k;
+            for (int i = 0; i < 7; ++i) EXPECT_TRUE(out[i] >= m_.lo[i] && out[i] <= m_.hi[i]) << i;
+            if (k % 64 == 0) {  // the checker agrees with the solver where it succeeds (sampled)
+                ++checked;
+                agrees += admissible_in_window(pk, q);
+            }
+            std::copy(out, out + 8, q);
+        }
+        completed += k > n_steps;
+        steps += std::min(k, n_steps);
+    }
+    EXPECT_EQ(unconfirmed, 0);
+    EXPECT_GE(agrees, checked * 99 / 100);
+    std::printf("[ paths ] %d paths, %d completed, %d steps; stops: reach %d, limit %d, speed %d, other %d; "
+                "unconfirmed %d; checker agrees on %d of %d sampled successes\n",
+                paths, completed, steps, stops[0], stops[1], stops[2], stops[3], unconfirmed, agrees, checked);
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, SevenAxis, ::testing::Values(ModelId{1, 0}, ModelId{1, 1}, ModelId{1, 2}, ModelId{7, 0}),

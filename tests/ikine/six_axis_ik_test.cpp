@@ -86,13 +86,9 @@ TEST_F(SixAxisIk, RoundTripEveryModelDefaultAndNonTrivialFrames) {
     const float install[3] = {0.3f, -0.2f, 0.5f};
     const char *env = std::getenv("TOVA_IK_SAMPLES");
     const int n = (env ? std::atoi(env) : 2000) / 6;
-    const std::pair<uint32_t, uint32_t> models[] = {{ROBOT_VESK, 0},    {ROBOT_VESK, 1},    {ROBOT_VESK, 2},
-                                                    {ROBOT_PIRRA_2, 0}, {ROBOT_PIRRA_2, 2}, {ROBOT_PIRRA_3, 0},
-                                                    {ROBOT_PIRRA_3, 1}, {ROBOT_LUMO_A, 0},  {ROBOT_LUMO_A, 2},
-                                                    {ROBOT_LUMO_B, 0},  {ROBOT_LUMO_C, 0},  {ROBOT_LUMO_C, 1}};
-    for (const auto &m : models)
-        for (int framed = 0; framed < 2; ++framed) {
-            select(m.first, m.second);
+    for (const ref::ModelCase &m : ref::all_models(true))
+        for (int framed = 0; framed < 2 && m.type != ROBOT_QUELL && m.type != ROBOT_TALDO; ++framed) {
+            select(m.type, m.sensor);
             if (framed) {
                 libalgo_set_tool_cs_params(tool);
                 libalgo_set_work_cs_params(work);
@@ -118,10 +114,10 @@ TEST_F(SixAxisIk, RoundTripEveryModelDefaultAndNonTrivialFrames) {
                     ADD_FAILURE() << "type " << type << " rc " << rc << " joint err " << dj << " q " << q[0] << ' '
                                   << q[1] << ' ' << q[2] << ' ' << q[3] << ' ' << q[4] << ' ' << q[5];
             }
-            EXPECT_EQ(failures, 0) << "type " << m.first << " sensor " << m.second << " frames " << framed;
+            EXPECT_EQ(failures, 0) << m.name << " frames " << framed;
             if (env)
-                std::printf("type %u sensor %u frames %d: worst joint %.3g rad, pos %.3g m, rot %.3g rad, failures %d\n",
-                            m.first, m.second, framed, joint, pos, rot, failures);
+                std::printf("%s frames %d: worst joint %.3g rad, pos %.3g m, rot %.3g rad, failures %d\n",
+                            m.name.c_str(), framed, joint, pos, rot, failures);
         }
 }
 
@@ -164,18 +160,11 @@ TEST_F(SixAxisIk, CandidateSetsAreCompleteAgainstTheNumericalSolver) {
 
 TEST_F(SixAxisIk, ShoulderAxisTargetKeepsJoint1AndTiesKeepTheEarlierCandidate) {
     select(ROBOT_VESK);
-    // wrist centre on the shoulder axis: q2 by bisection on its radial distance
-    Q q{1.0f, 0.0f, 0.6f, 0.4f, 0.9f, -0.3f};
-    auto radial = [&](float q2) {
-        q[1] = q2;
-        const ikref::M4 F = chain(q);
-        return (F[0][3] - dh.d[5] * F[0][2]) * std::cos(q[0]) + (F[1][3] - dh.d[5] * F[1][2]) * std::sin(q[0]);
-    };
-    float lo = -1.5f, hi = 1.5f;
-    const bool up = radial(hi) > radial(lo);
-    for (int it = 0; it < 60; ++it) ((radial(0.5f * (lo + hi)) > 0) == up ? hi : lo) = 0.5f * (lo + hi);
-    q[1] = lo;
-    const Pose target = fk(q.data());
+    const Q q{1.0f, 0.0f, 0.6f, 0.4f, 0.9f, -0.3f};
+    Matrix F;
+    forward_kinematics_e(&F, q.data());
+    for (int i = 0; i < 2; ++i) F.data[i][3] = dh.d[5] * F.data[i][2];  // wrist centre moved onto the axis
+    const Pose target = transformation_matrix_to_pose(F);
     const float cur[8] = {0.4f, q[1], q[2], q[3], q[4], q[5]};
     EXPECT_EQ(solve(cur, target), 0);
     EXPECT_LT(std::hypot(s.px, s.py), 5e-5);
