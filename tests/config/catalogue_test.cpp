@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "config/libalgo_interface.h"
+#include "reliability/config_snapshot.hpp"
 
 namespace {
 
@@ -23,7 +25,7 @@ struct ModelCase {
     std::vector<float> upper, lower, velocity;  // rad, rad/s
     std::vector<float> direction;
     std::vector<float> first_d, last_d;  // by sensor type
-    std::vector<std::pair<const char *, std::vector<float>>> dh;  // spot checks, joints 1..dof
+    std::vector<std::pair<std::string, std::vector<float>>> dh;  // spot checks, joints 1..dof
 };
 
 std::vector<ModelCase> cases() {
@@ -79,84 +81,52 @@ std::vector<ModelCase> cases() {
     };
 }
 
-const float *dh_array(const DhTable &dh, const std::string &name) {
-    if (name == "d") return dh.d;
-    if (name == "a") return dh.a;
-    if (name == "alpha") return dh.alpha;
-    return dh.offset;
-}
-
+// Every getter's view of the record after each selection, through one snapshot.
 TEST(Catalogue, EveryModelAndSensorLoadsItsFactoryValues) {
-    const float tcp_expected[4] = {0.25f, 1.6f, 0.6f, 4.0f};
+    const float tcp[4] = {0.25f, 1.6f, 0.6f, 4.0f};
     for (const ModelCase &m : cases()) {
         for (size_t s = 0; s < m.sensors.size(); ++s) {
-            const uint32_t sensor = m.sensors[s];
-            SCOPED_TRACE(testing::Message() << "type " << m.type << " sensor " << sensor);
-            ASSERT_EQ(libalgo_set_robot_and_sensor_type(m.type, sensor), 0);
-            ASSERT_EQ(libalgo_get_rbt_dof(), m.dof);
-            EXPECT_EQ(libalgo_get_sensor_type(), sensor);
-            DhTable dh, def;
-            libalgo_get_dh_value(&dh);
-            libalgo_get_dh_params_default(&def);
-            EXPECT_EQ(std::memcmp(&dh, &def, sizeof dh), 0);
-            EXPECT_EQ(libalgo_check_dh_params_is_default(), 1);
-            EXPECT_EQ(dh.d[0], m.first_d[s]);
-            EXPECT_EQ(dh.d[m.dof - 1], m.last_d[s]);
+            SCOPED_TRACE(testing::Message() << "type " << m.type << " sensor " << m.sensors[s]);
+            ASSERT_EQ(libalgo_set_robot_and_sensor_type(m.type, m.sensors[s]), 0);
+            tova_test::ConfigSnapshot c;
+            tova_test::take_snapshot(c);
+            const DhTable &dh = c.dh;
+            ASSERT_TRUE(c.dof == m.dof && c.sensor == m.sensors[s] && c.dh_is_default == 1);
+            EXPECT_EQ(std::memcmp(&dh, &c.dh_default, sizeof dh), 0);
+            EXPECT_TRUE(dh.d[0] == m.first_d[s] && dh.d[m.dof - 1] == m.last_d[s]);
             for (const auto &[name, values] : m.dh) {
-                for (int j = 0; j < m.dof; ++j) {
-                    if ((name == std::string("d")) && (j == 0 || j == m.dof - 1)) continue;
-                    EXPECT_EQ(dh_array(dh, name)[j], values[j]) << name << " joint " << j + 1;
-                }
+                const float *v = name == "d" ? dh.d : name == "a" ? dh.a : name == "alpha" ? dh.alpha : dh.offset;
+                for (int j = name == "d" ? 1 : 0; j < (name == "d" ? m.dof - 1 : m.dof); ++j)
+                    EXPECT_EQ(v[j], values[j]) << name << " joint " << j + 1;
             }
-            float up[8], lo[8], vel[8], acc[8], dir[7], tcp[4], mup[8], mlo[8];
-            libalgo_get_jointlim_max(up);
-            libalgo_get_jointlim_min(lo);
-            libalgo_get_joint_vel_maxlim(vel);
-            libalgo_get_joint_acc_maxlim(acc);
-            libalgo_get_joint_direction(dir);
-            libalgo_get_tcp_config(tcp);
-            libalgo_get_modeling_jointlim_max(mup);
-            libalgo_get_modeling_jointlim_min(mlo);
             for (int j = 0; j < 8; ++j) {
                 const bool used = j < m.dof;
-                EXPECT_EQ(up[j], used ? m.upper[j] : 0.0f) << "joint " << j + 1;
-                EXPECT_EQ(lo[j], used ? m.lower[j] : 0.0f) << "joint " << j + 1;
-                EXPECT_EQ(vel[j], used ? m.velocity[j] : 0.0f) << "joint " << j + 1;
-                EXPECT_EQ(acc[j], used ? D(1000) : 0.0f) << "joint " << j + 1;
-                if (j < 7) {
-                    EXPECT_EQ(dir[j], used ? m.direction[j] : 0.0f) << "joint " << j + 1;
-                }
-                if (!used) {
-                    EXPECT_TRUE(dh.d[j] == 0 && dh.a[j] == 0 && dh.alpha[j] == 0 && dh.offset[j] == 0);
-                }
-                EXPECT_EQ(mup[j], up[j] + dh.offset[j]);
-                EXPECT_EQ(mlo[j], lo[j] + dh.offset[j]);
+                EXPECT_EQ(c.jointlim_max[j], used ? m.upper[j] : 0.0f) << "joint " << j + 1;
+                EXPECT_EQ(c.jointlim_min[j], used ? m.lower[j] : 0.0f) << "joint " << j + 1;
+                EXPECT_EQ(c.vel_max[j], used ? m.velocity[j] : 0.0f) << "joint " << j + 1;
+                EXPECT_EQ(c.acc_max[j], used ? D(1000) : 0.0f) << "joint " << j + 1;
+                EXPECT_EQ(j < 7 ? c.direction[j] : 0.0f, used ? m.direction[j] : 0.0f) << "joint " << j + 1;
+                EXPECT_TRUE(used || (dh.d[j] == 0 && dh.a[j] == 0 && dh.alpha[j] == 0 && dh.offset[j] == 0));
+                EXPECT_TRUE(c.modeling_max[j] == c.jointlim_max[j] + dh.offset[j] &&
+                            c.modeling_min[j] == c.jointlim_min[j] + dh.offset[j]);
             }
-            for (int i = 0; i < 4; ++i) EXPECT_EQ(tcp[i], tcp_expected[i]);
-            const float zeros[32] = {};
-            EXPECT_EQ(std::memcmp(dh.d_compensation, zeros, sizeof zeros), 0);
+            EXPECT_EQ(std::memcmp(c.tcp, tcp, sizeof tcp), 0);
+            EXPECT_EQ(std::memcmp(dh.d_compensation, DhTable{}.d_compensation, 4 * sizeof dh.d_compensation), 0);
+            for (float x : c.link_dynamics_default) EXPECT_EQ(x, 0.0f);  // factory dynamics stored as zeros
         }
         // Sensors outside the accepted set are refused.
-        const uint32_t next = m.sensors.back() + 1;
         if (m.type != ROBOT_GENERIC_7) {
-            EXPECT_EQ(libalgo_set_robot_and_sensor_type(m.type, next), -1);
+            EXPECT_EQ(libalgo_set_robot_and_sensor_type(m.type, m.sensors.back() + 1), -1);
             EXPECT_EQ(libalgo_get_rbt_dof(), 0);
         }
     }
 }
 
-TEST(Catalogue, LiteralsAndStoredDynamics) {
-    // 178 deg and 1000 deg/s^2 as products equal the stored literals; 360 deg
-    // does not equal the blank arm's 6.283185, nor -90 deg taldo's -1.570796.
+// 178 deg and 1000 deg/s^2 as products equal the stored literals; 360 deg does
+// not equal the blank arm's 6.283185, nor -90 deg taldo's -1.570796.
+TEST(Catalogue, StoredLiteralsAreNotAllProducts) {
     EXPECT_TRUE(D(178) == 3.106686f && D(1000) == 17.453293f);
     EXPECT_TRUE(D(360) != 6.283185f && D(-90) != -1.570796f && D(180) != 3.141593f);
-    // Default link dynamics are stored as zeros for every model and sensor.
-    for (uint32_t sensor = 0; sensor < 3; ++sensor) {
-        ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_QUELL, sensor), 0);
-        float dyn[70];
-        libalgo_get_link_dynamics_params_default(dyn);
-        for (float v : dyn) EXPECT_EQ(v, 0.0f);
-    }
 }
 
 }  // namespace
