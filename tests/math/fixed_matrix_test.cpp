@@ -25,6 +25,7 @@ Matrix tr(const Matrix& a) { return matrix_t(&a); }
 MatrixMore tr(const MatrixMore& a) { return matrix_t_dim7(&a); }
 Matrix inv(Matrix* a) { return matrix_inv(a); }
 MatrixMore inv(MatrixMore* a) { return matrix_inv_dim7(a); }
+template <class M> M inv(M a) { return inv(&a); }
 
 template <class T> bool same_bits(const T& a, const T& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 template <class M> constexpr int cap() { return sizeof(M::data) / sizeof(M::data[0]); }
@@ -45,48 +46,48 @@ template <class M> void expect_near(const M& a, const M& b, float tol) {
         for (int j = 0; j < a.cols; ++j) EXPECT_NEAR(a.data[i][j], b.data[i][j], tol) << i << "," << j;
 }
 
-template <class M> class FixedMatrix : public ::testing::Test {
-protected:
-    std::mt19937 rng{4711};
-};
-using Records = ::testing::Types<Matrix, MatrixMore>;
+template <class M> class FixedMatrix : public ::testing::Test {};
 struct RecordName {
     template <class M> static std::string GetName(int) { return cap<M>() == 4 ? "Matrix" : "MatrixMore"; }
 };
+using Records = ::testing::Types<Matrix, MatrixMore>;
 TYPED_TEST_SUITE(FixedMatrix, Records, RecordName);
 
-TYPED_TEST(FixedMatrix, InverseIsTwoSidedForEverySizeAndOverwritesTheArgument) {
+// The inverse is also left in the argument; a zero pivot goes non-finite.
+TYPED_TEST(FixedMatrix, InverseIsTwoSidedForEverySize) {
+    std::mt19937 rng(4711);
     for (int n = 1; n <= cap<TypeParam>(); ++n)
         for (int rep = 0; rep < 200; ++rep) {
-            const TypeParam a = random_matrix<TypeParam>(this->rng, n);
+            const TypeParam a = random_matrix<TypeParam>(rng, n);
             TypeParam work = a;
             const TypeParam ai = inv(&work);
             EXPECT_TRUE(same_bits(ai, work));
             expect_near(mul(a, ai), unit<TypeParam>(n), 2e-6f);
             expect_near(mul(ai, a), unit<TypeParam>(n), 2e-6f);
         }
-}
-
-TYPED_TEST(FixedMatrix, RowExchangeIsUndoneAndZeroPivotGoesNonFinite) {
-    TypeParam swap2{};
+    TypeParam swap2{}, singular = unit<TypeParam>(3);  // one row exchange, undone
     swap2.rows = swap2.cols = 2;
     swap2.data[0][1] = swap2.data[1][0] = 1.0f;
-    const TypeParam want = swap2;
-    EXPECT_TRUE(same_bits(inv(&swap2), want));
-    TypeParam singular = unit<TypeParam>(3);
+    EXPECT_TRUE(same_bits(inv(swap2), swap2));
     singular.data[1][1] = 0.0f;
-    inv(&singular);
-    EXPECT_FALSE(std::isfinite(singular.data[1][1]));
+    EXPECT_FALSE(std::isfinite(inv(singular).data[1][1]));
 }
 
-TYPED_TEST(FixedMatrix, ElementwiseRulesKeepOperandSizeAndZeroTheRest) {
+// Element-wise results keep A's size and zero the rest; counts beyond the
+// capacity act as the capacity.
+TYPED_TEST(FixedMatrix, SizeRules) {
     constexpr int N = cap<TypeParam>();
-    TypeParam a = random_matrix<TypeParam>(this->rng, N);
-    const TypeParam b = random_matrix<TypeParam>(this->rng, N);
+    std::mt19937 rng(4711);
+    TypeParam a = random_matrix<TypeParam>(rng, N), b = random_matrix<TypeParam>(rng, N), big_a = a, big_b = b;
+    big_a.rows = big_a.cols = big_b.rows = big_b.cols = 30000;
+    EXPECT_EQ(0, std::memcmp(mul(big_a, big_b).data, mul(a, b).data, sizeof a.data));
+    EXPECT_EQ(0, std::memcmp(add(big_a, big_b, 0).data, add(a, b, 0).data, sizeof a.data));
+    EXPECT_EQ(0, std::memcmp(inv(big_a).data, inv(a).data, sizeof a.data));
+    EXPECT_EQ(unit<TypeParam>(100).data[N - 1][N - 1], 1.0f);
     a.cols = 2;
-    const TypeParam sum = add(a, b, 1), diff = add(a, b, 0), diff2 = add(a, b, -5), at = tr(a);
+    const TypeParam sum = add(a, b, 1), diff = add(a, b, 0), at = tr(a);
     EXPECT_TRUE(sum.cols == 2 && sum.data[1][1] == a.data[1][1] + b.data[1][1] && sum.data[0][2] == 0.0f);
-    EXPECT_TRUE(diff.data[1][1] == a.data[1][1] - b.data[1][1] && same_bits(diff, diff2));
+    EXPECT_TRUE(diff.data[1][1] == a.data[1][1] - b.data[1][1] && same_bits(diff, add(a, b, -5)));
     EXPECT_TRUE(at.rows == 2 && at.cols == N && at.data[1][N - 1] == a.data[N - 1][1]);
     EXPECT_TRUE(same_bits(tr(at), scale(1.0f, a)));
     EXPECT_EQ(scale(2.0f, a).data[1][0], 2.0f * a.data[1][0]);
@@ -96,17 +97,6 @@ TYPED_TEST(FixedMatrix, ElementwiseRulesKeepOperandSizeAndZeroTheRest) {
     EXPECT_TRUE(same_bits(unit<TypeParam>(-3), expect));
 }
 
-TYPED_TEST(FixedMatrix, CountsBeyondCapacityActAsCapacity) {
-    constexpr int N = cap<TypeParam>();
-    TypeParam a = random_matrix<TypeParam>(this->rng, N), b = random_matrix<TypeParam>(this->rng, N);
-    TypeParam big_a = a, big_b = b;
-    big_a.rows = big_a.cols = big_b.rows = big_b.cols = 30000;
-    EXPECT_EQ(0, std::memcmp(mul(big_a, big_b).data, mul(a, b).data, sizeof a.data));
-    EXPECT_EQ(0, std::memcmp(add(big_a, big_b, 0).data, add(a, b, 0).data, sizeof a.data));
-    EXPECT_EQ(0, std::memcmp(inv(&big_a).data, inv(&a).data, sizeof a.data));
-    EXPECT_EQ(unit<TypeParam>(100).data[N - 1][N - 1], 1.0f);
-}
-
 TEST(FixedMatrix4, CofactorAdjugateAndGaussJordanInversesAgree) {
     std::mt19937 rng(99);
     std::uniform_real_distribution<float> u(-3.0f, 3.0f);
@@ -114,27 +104,21 @@ TEST(FixedMatrix4, CofactorAdjugateAndGaussJordanInversesAgree) {
         Matrix t = pose_euler_to_transformation_matrix(Pose{u(rng), u(rng), u(rng), {}, {u(rng), u(rng), u(rng)}});
         for (int i = 0; i < 3 * (rep % 2); ++i)  // every other R sheared: not orthonormal
             for (int j = 0; j < 3; ++j) t.data[i][j] += 0.1f * u(rng);
-        Matrix work = t;
-        const Matrix gj = inv(&work), adj = matrix_inv_coordinate_system(&t);
+        const Matrix gj = inv(t), adj = matrix_inv_coordinate_system(&t), g = random_matrix<Matrix>(rng, 4);
         expect_near(matrix_inv_full_rank(&t), gj, 2e-5f);
         expect_near(adj, gj, 2e-5f);
         expect_near(mul(t, adj), unit_matrix(4), 1e-5f);
-        const Matrix g = random_matrix<Matrix>(rng, 4);
-        work = g;
-        expect_near(matrix_inv_full_rank(&g), inv(&work), 1e-6f);
+        expect_near(matrix_inv_full_rank(&g), inv(g), 1e-6f);
     }
 }
 
 TEST(FixedMatrix4, ClosedFormEdgesAndProductRounding) {
-    Matrix t = scale(2.0f, unit_matrix(4));
-    t.data[3][3] = 1.0f;
+    Matrix t = scale(2.0f, unit_matrix(4)), want = scale(0.5f, unit_matrix(4));
+    t.data[3][3] = want.data[3][3] = 1.0f;
     t.data[0][3] = 2.0f;
-    Matrix want = scale(0.5f, unit_matrix(4));
-    want.data[3][3] = 1.0f;
     want.data[0][3] = -1.0f;
     expect_near(matrix_inv_coordinate_system(&t), want, 0.0f);  // exact, up to the sign of zero
-    Matrix r = scale(2.0f, unit_matrix(3));
-    EXPECT_TRUE(same_bits(matrix_T2R(&t), r));
+    EXPECT_TRUE(same_bits(matrix_T2R(&t), scale(2.0f, unit_matrix(3))));
     // Products rounded to float ((1+2^-12)^2 loses its 2^-24), sums in double (1e8 + 1 - 1e8 = 1).
     Matrix a = zero_matrix(1, 3), b = zero_matrix(3, 1);
     a.data[0][0] = b.data[0][0] = 1.0f + 0x1p-12f;
@@ -157,9 +141,8 @@ TEST(FixedMatrix7, BandedInverseMatchesGaussJordan) {
             a.data[i][i] = u(rng) + (u(rng) < 0 ? -3.0f : 3.0f);
             a.data[i][i + 1] = u(rng);
         }
-        MatrixMore work = a;
         const MatrixMore band = simp_matrix_inv77(&a);
-        expect_near(band, inv(&work), 1e-6f);
+        expect_near(band, inv(a), 1e-6f);
         expect_near(mul(a, band), unit_matrix_dim7(7), 1e-6f);
     }
 }
