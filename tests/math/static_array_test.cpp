@@ -9,17 +9,13 @@
 
 namespace {
 
-template <int N>
-void fill(std::mt19937 &rng, float (&a)[N]) {
+template <int N> void fill(std::mt19937 &rng, float (&a)[N]) {
     std::uniform_real_distribution<float> u(-2.0f, 2.0f);
     for (float &x : a) x = u(rng);
 }
 
 TEST(StaticArray, SignDeadBandIsOpenAndVectorsAgree) {
-    EXPECT_EQ(getSign(1e-6f), -1);
-    EXPECT_EQ(getSign(-1e-6f), -1);
-    EXPECT_EQ(getSign(5e-7f), 0);
-    EXPECT_EQ(getSign(2e-6f), 1);
+    EXPECT_TRUE(getSign(1e-6f) == -1 && getSign(-1e-6f) == -1 && getSign(5e-7f) == 0 && getSign(2e-6f) == 1);
     VEC3 a = {1, 2, 3}, b = {-2, 0.5f, 4}, s, d, c, hb, u;
     MAT3X3 hat;  // the hat map and the cross product are one operation
     add_VEC3(a, b, s), sub_VEC3(s, b, d), cross_VEC3(a, b, c);
@@ -44,12 +40,10 @@ TEST(StaticArray, ProductsAgreeAcrossShapes) {
         VEC6 y, Mx;
         fill(rng, M), fill(rng, x), fill(rng, y);
         transpose_MAT6X7(M, Mt), mult_MAT6X7_VEC7(M, x, Mx), mult_MAT7X6_VEC6(Mt, y, Mty);
-        double lhs = 0, rhs = 0;
-        for (int i = 0; i < 7; ++i) lhs += double(Mty[i]) * x[i];
-        for (int i = 0; i < 6; ++i) rhs += double(y[i]) * Mx[i];
-        EXPECT_NEAR(lhs, rhs, 1e-4);
+        double gap = 0;
+        for (int i = 0; i < 7; ++i) gap += double(Mty[i]) * x[i] - (i < 6 ? double(y[i]) * Mx[i] : 0.0);
+        EXPECT_NEAR(gap, 0.0, 1e-4);
     }
-
     MAT3X3 A, B, C, D, AC, BD, At;
     MAT6X6 X = {}, Y = {}, XY, Xt;
     fill(rng, A), fill(rng, B), fill(rng, C), fill(rng, D);
@@ -59,12 +53,9 @@ TEST(StaticArray, ProductsAgreeAcrossShapes) {
     transpose_MAT6X6(X, Xt), transpose_MAT3X3(A, At);
     for (int i = 0; i < 9; ++i) {
         const int r = i / 3, c = i % 3;
-        EXPECT_EQ(XY[r * 6 + c], AC[i]);
-        EXPECT_EQ(XY[(r + 3) * 6 + c + 3], BD[i]);
-        EXPECT_EQ(XY[r * 6 + c + 3], 0.0f);
+        EXPECT_TRUE(XY[r * 6 + c] == AC[i] && XY[(r + 3) * 6 + c + 3] == BD[i] && XY[r * 6 + c + 3] == 0.0f);
         EXPECT_EQ(Xt[r * 6 + c], At[i]);
     }
-
     MAT4X4 P, Q, PQ, back;
     fill(rng, P), fill(rng, Q);
     mult_MAT4X4(P, Q, PQ);
@@ -80,7 +71,7 @@ TEST(StaticArray, BlockCopyStaysInsideBothArrays) {
     MAT3X3 src;
     for (int i = 0; i < 9; ++i) src[i] = float(i + 1);
     float guarded[8 + 36 + 8] = {}, *dst = guarded + 8;
-    assign_MAT3X3_to_MAT6X6(dst, 4, 5, src, 1, 1, 2, 2);                 // (4,5), (5,5) <- (1,1), (2,1)
+    assign_MAT3X3_to_MAT6X6(dst, 4, 5, src, 1, 1, 2, 2);                   // (4,5), (5,5) <- (1,1), (2,1)
     assign_MAT3X3_to_MAT6X6(dst, -1, -2, src, 0, 0, 1000000, 2147483647);  // (0,0), (1,0) <- (1,2), (2,2)
     assign_MAT3X3_to_MAT6X6(dst, 2, 2, src, -5, 0, 3, 3);                  // nothing exists
     assign_MAT3X3_to_MAT6X6(dst, 2, 2, src, 0, 0, 0, 3);                   // count < 1
