@@ -1,8 +1,9 @@
 // Independent double-precision reference for the inverse-kinematics tests:
 // DH chains from the textbook link transforms of tests/kinematics, pose
-// errors, and the seven-axis models with the twists their closed forms build
-// in as exact right angles.
+// errors, and the seven-axis models.
 #pragma once
+
+#include <algorithm>
 
 #include "../kinematics/universal_reference.hpp"
 
@@ -10,12 +11,15 @@ namespace ikref {
 
 using ref::M4;
 
-// Flange of the first n links for model angles th (offsets included); the
-// twists from `alpha` where given, else from the table.
-inline M4 chain(const DhTable &dh, int n, bool modified, const double *th, const double *alpha = nullptr) {
+// Flange of the first n links for model angles th (offsets included). The
+// twists are right angles in every model, exact ones in the closed forms:
+// the table's f32 values are rounded to them.
+inline M4 chain(const DhTable &dh, int n, bool modified, const double *th) {
     M4 T = ref::eye();
-    for (int i = 0; i < n; ++i)
-        T = ref::mul(T, ref::link(modified, th[i], dh.d[i], dh.a[i], alpha ? alpha[i] : dh.alpha[i]));
+    for (int i = 0; i < n; ++i) {
+        const double alpha = std::nearbyint(dh.alpha[i] / (M_PI / 2)) * (M_PI / 2);
+        T = ref::mul(T, ref::link(modified, th[i], dh.d[i], dh.a[i], alpha));
+    }
     return T;
 }
 
@@ -33,11 +37,10 @@ inline double rot_err(const M4 &A, const M4 &B) {
     return std::sqrt(0.5 * s);
 }
 
-// A seven-axis model as the store describes it (quell reads no offsets).
+// A seven-axis model as the store describes it.
 struct Seven {
     unsigned type;
-    DhTable dh;
-    double alpha[7];
+    DhTable dh;                   // quell: offsets zero (it reads none)
     float lo[8], hi[8], vmax[8];  // machine limits, speed limits
 };
 
@@ -49,11 +52,7 @@ inline Seven seven_axis_model(unsigned type, unsigned sensor) {
     libalgo_get_jointlim_max(m.hi);
     libalgo_get_jointlim_min(m.lo);
     libalgo_get_joint_vel_maxlim(m.vmax);
-    const double h = M_PI / 2, quell[7] = {-h, h, -h, h, -h, h, 0}, taldo[7] = {0, -h, h, h, -h, h, h};
-    for (int i = 0; i < 7; ++i) {
-        m.alpha[i] = type == ROBOT_TALDO ? taldo[i] : quell[i];
-        if (type != ROBOT_TALDO) m.dh.offset[i] = 0.0f;
-    }
+    if (type != ROBOT_TALDO) std::fill(m.dh.offset, m.dh.offset + 7, 0.0f);
     return m;
 }
 
@@ -62,7 +61,7 @@ template <class T>
 M4 forward(const Seven &m, const T *q) {
     double th[7];
     for (int i = 0; i < 7; ++i) th[i] = q[i] + static_cast<double>(m.dh.offset[i]);
-    return chain(m.dh, 7, m.type == ROBOT_TALDO, th, m.alpha);
+    return chain(m.dh, 7, m.type == ROBOT_TALDO, th);
 }
 
 // Uniform machine angles inside the limits, `margin` rad away from them.

@@ -40,7 +40,7 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
             for (int j = 0; j < 3; ++j) r.R.m[i][j] = T[i][j];
         return r;
     }
-    M4 fk(const double *th) const { return ikref::chain(m_.dh, 7, taldo_, th, m_.alpha); }  // model angles
+    M4 fk(const double *th) const { return ikref::chain(m_.dh, 7, taldo_, th); }  // model angles
     // Random model angles inside the limits and their flange pose.
     M4 random_target(std::mt19937 &rng, double *th, double margin = 0.0) const {
         ikref::random_joints(m_, rng, th, margin);
@@ -66,9 +66,9 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
         return c;
     }
     bool inside(const double *th) const {
-        for (int i = 0; i < kJoints; ++i)
-            if (!(th[i] >= js_.lo[i] && th[i] <= js_.hi[i])) return false;
-        return true;
+        bool in = true;
+        for (int i = 0; i < kJoints; ++i) in = in && th[i] >= js_.lo[i] && th[i] <= js_.hi[i];
+        return in;
     }
     void expect_reaches(const double *th, const M4 &target, double tol) const {
         const M4 T = fk(th);
@@ -271,63 +271,56 @@ TEST_P(SevenAxis, DegenerateTargetsGiveSolutionOrCode) {
 
 // With installation, tool and work frames set, inverse_kinematics undoes
 // forward_kinematics: narrow from the generating joints returns them, wide
-// from random joints finds a pose match inside the limits.
+// from random joints finds a pose match inside the limits. ikine does the
+// same for the flange pose (identity frames; solve_mode 1 wide, 0 narrow).
 // TOVA_SEVEN_AXIS_ROUNDTRIPS: count (default 200).
-TEST_P(SevenAxis, RoundTripThroughFrames) {
+TEST_P(SevenAxis, RoundTripThroughFramesAndIkine) {
     const float install[3] = {0.3f, -0.2f, 0.5f}, tool[6] = {0.01f, -0.02f, 0.12f, 0.1f, -0.2f, 0.3f},
                 work[6] = {0.1f, 0.2f, -0.05f, 0.0f, 0.1f, -0.3f};
-    libalgo_set_robot_install_angle(install);
-    libalgo_set_tool_cs_params(tool);
-    libalgo_set_work_cs_params(work);
     const char *env = std::getenv("TOVA_SEVEN_AXIS_ROUNDTRIPS");
     const int count = env ? std::atoi(env) : 200;
     std::mt19937 rng(21);
     int narrow_failed = 0, wide_failed = 0;
     double joint = 0, pos = 0, rot = 0;
-    for (int n = 0; n < count; ++n) {
-        float q[8] = {}, cur[8] = {}, out[8];
-        ikref::random_joints(m_, rng, q);
-        ikref::random_joints(m_, rng, cur);
-        Pose pose, back;
-        forward_kinematics(&pose, q);
-        ikine_set_7dof_solver_search_strategy(1);
-        bool ok = inverse_kinematics(q, &pose, out, 0) == 0;
+    auto narrow = [&](int32_t rc, const float *out, const float *q) {
+        bool ok = rc == 0;
         for (int i = 0; i < 7; ++i) {
             ok = ok && std::fabs(out[i] - q[i]) <= 1e-4;
             joint = std::fmax(joint, std::fabs(out[i] - q[i]));
         }
         narrow_failed += !ok;
-        ikine_set_7dof_solver_search_strategy(0);
-        ok = inverse_kinematics(cur, &pose, out, 0) == 0;
-        forward_kinematics(&back, out);
-        const M4 A = ikref::pose_m4(pose), B = ikref::pose_m4(back);
+    };
+    auto wide = [&](int32_t rc, const float *out, const M4 &A, const M4 &B) {
         const double dp = ikref::pos_err(A, B), dr = ikref::rot_err(A, B);
         pos = std::fmax(pos, dp), rot = std::fmax(rot, dr);
+        bool ok = rc == 0 && dp <= 1e-5 && dr <= 1e-5;
         for (int i = 0; i < 7; ++i) ok = ok && out[i] >= m_.lo[i] && out[i] <= m_.hi[i];
-        wide_failed += !(ok && dp <= 1e-5 && dr <= 1e-5);
+        wide_failed += !ok;
+    };
+    for (int n = 0; n < count; ++n) {
+        libalgo_set_robot_install_angle(install);  // again after ikine's reset
+        libalgo_set_tool_cs_params(tool);
+        libalgo_set_work_cs_params(work);
+        float q[8] = {}, cur[8] = {}, out[8], flange[16];
+        ikref::random_joints(m_, rng, q);
+        ikref::random_joints(m_, rng, cur);
+        Pose pose, back;
+        forward_kinematics(&pose, q);
+        ikine_set_7dof_solver_search_strategy(1);
+        narrow(inverse_kinematics(q, &pose, out, 0), out, q);
+        ikine_set_7dof_solver_search_strategy(0);
+        const int32_t rc = inverse_kinematics(cur, &pose, out, 0);
+        forward_kinematics(&back, out);
+        wide(rc, out, ikref::pose_m4(pose), ikref::pose_m4(back));
+        const M4 F = ikref::forward(m_, q);
+        for (int i = 0; i < 16; ++i) flange[i] = static_cast<float>(F[i / 4][i % 4]);
+        wide(ikine(m_.type, GetParam().sensor, 1, m_.hi, m_.lo, flange, cur, out), out, F, ikref::forward(m_, out));
+        narrow(ikine(m_.type, GetParam().sensor, 0, m_.hi, m_.lo, flange, q, out), out, q);
     }
     std::printf("[ round trips ] %d: wide failed %d (worst %.2e m, %.2e rad), narrow failed %d (worst %.2e rad)\n",
                 count, wide_failed, pos, rot, narrow_failed, joint);
     EXPECT_EQ(wide_failed, 0);
     EXPECT_EQ(narrow_failed, 0);
-}
-
-// ikine resets the frames and passes the flange pose; solve_mode 1 is wide.
-TEST_P(SevenAxis, IkineSolvesTheFlangePose) {
-    std::mt19937 rng(22);
-    for (int n = 0; n < 100; ++n) {
-        float q[8] = {}, cur[8] = {}, out[8], target[16];
-        ikref::random_joints(m_, rng, q);
-        ikref::random_joints(m_, rng, cur);
-        const M4 T = ikref::forward(m_, q);
-        for (int i = 0; i < 16; ++i) target[i] = static_cast<float>(T[i / 4][i % 4]);
-        ASSERT_EQ(ikine(m_.type, GetParam().sensor, 1, m_.hi, m_.lo, target, cur, out), 0);
-        const M4 B = ikref::forward(m_, out);
-        EXPECT_LT(ikref::pos_err(B, T), 1e-5);
-        EXPECT_LT(ikref::rot_err(B, T), 1e-5);
-        ASSERT_EQ(ikine(m_.type, GetParam().sensor, 0, m_.hi, m_.lo, target, q, out), 0);
-        for (int i = 0; i < 7; ++i) EXPECT_NEAR(out[i], q[i], 1e-4);
-    }
 }
 
 TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
@@ -347,27 +340,21 @@ TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
         for (int i = 0; i < 7; ++i) EXPECT_EQ(out[i], cur[i]);
     };
     ikine_set_7dof_solver_search_strategy(0);
-    M4 bad = T;
-    bad[0][0] = NAN;
-    expect_held(bad, IKINE7_INVALID_INPUT);
-    bad = T;
-    bad[0][1] += 0.1;  // not a rotation
-    expect_held(bad, IKINE7_INVALID_INPUT);
-    float inf_cur[8];
-    std::copy(cur, cur + 8, inf_cur);
-    inf_cur[3] = INFINITY;
+    M4 nan_target = T, skewed = T, far = T;
+    nan_target[0][0] = NAN;
+    skewed[0][1] += 0.1;  // not a rotation
+    far[0][3] += 2.0;
+    expect_held(nan_target, IKINE7_INVALID_INPUT);
+    expect_held(skewed, IKINE7_INVALID_INPUT);
+    expect_held(far, IKINE7_OUT_OF_REACH);
+    const float inf_cur[8] = {cur[0], cur[1], cur[2], INFINITY, cur[4], cur[5], cur[6]};
     EXPECT_EQ(solve_flange(T, inf_cur, out), IKINE7_INVALID_INPUT);
     EXPECT_EQ(solve_flange(T, nullptr, out), IKINE7_INVALID_INPUT);
     EXPECT_EQ(solve_flange(T, cur, nullptr), IKINE7_INVALID_INPUT);
-    M4 far = T;
-    far[0][3] += 2.0;
-    expect_held(far, IKINE7_OUT_OF_REACH);
     // Narrow: a target one joint-1 step of 0.05 rad away, eight times the
     // speed limit over one period; the window holds only such solutions.
     ikine_set_7dof_solver_search_strategy(1);
-    float qn[8];
-    std::copy(cur, cur + 8, qn);
-    qn[0] += 0.05f;
+    const float qn[8] = {cur[0] + 0.05f, cur[1], cur[2], cur[3], cur[4], cur[5], cur[6]};
     expect_held(ikref::forward(m_, qn), IKINE7_SPEED_LIMIT);
     // Limits that exclude every solution: a small box around the current joints.
     float hi[8] = {}, lo[8] = {};
