@@ -198,6 +198,7 @@ TEST_F(SixAxisIk, ElbowTermClampedAboveOneButNotBelowMinusOne) {
         } else {
             EXPECT_EQ(rc, -1) << k3;  // no arm candidate from either shoulder
             EXPECT_EQ(s.fit, 1000.0f);
+            EXPECT_GT(std::fabs(s.k3[0]), 1.0f) << k3;  // not clamped
         }
     }
 }
