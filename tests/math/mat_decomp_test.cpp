@@ -218,6 +218,10 @@ TEST(MatDecompEdge, DegenerateInputs) {
     const mat Zp = mat_pinv_svd(&Z), Z3p = mat_pinv(&Z3);
     EXPECT_TRUE(Zp.rows == 3 && mat_find_abs_max(&Zp) == 0.0f);
     EXPECT_EQ(mat_det(&Z3), 0.0f);
+    mat Dg = mat_init(3, 3);  // singular values below 1e-5 count as zero
+    Dg.data[0][0] = 1.0f, Dg.data[1][1] = 9e-6f, Dg.data[2][2] = 1.1e-5f;
+    const mat Dp = mat_pinv_svd(&Dg);
+    EXPECT_TRUE(Dp.data[1][1] == 0.0f && std::fabs(Dp.data[2][2] * 1.1e-5f - 1) < 1e-5f && Dp.data[0][0] == 1.0f);
     EXPECT_EQ(mat_find_abs_max(&Z3p), 0.0f);  // vanishing pivot: zero result
 
     for (float bad : {NAN, INFINITY}) {
