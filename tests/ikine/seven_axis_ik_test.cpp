@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iomanip>
 
 #include "ik_reference.hpp"
 #include "ikine/ik_six_axis_core.hpp"
@@ -116,7 +117,8 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
             cur[i] = q[i] + m_.dh.offset[i];
             lo[i] = m_.lo[i] + m_.dh.offset[i];
             hi[i] = m_.hi[i] + m_.dh.offset[i];
-            step[i] = static_cast<double>(m_.vmax[i] * period);
+            // the solver accepts steps up to 1 - 1e-6 of the limit, so that rounding to float stays inside it
+            step[i] = static_cast<double>(m_.vmax[i] * period) * (1.0 - 1e-6);
         }
         if (!setup(target, cur)) return false;
         const double t0 = taldo_ ? cur[6] : qa_.current_phi();
@@ -409,10 +411,12 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
                 for (int i = 0; i < 7; ++i) EXPECT_EQ(out[i], held[i]);
                 if (slot == 3 || admissible_in_window(pk, q)) {
                     ++unconfirmed;
+                    ::testing::Message msg;  // all digits, to replay the step
+                    msg << std::setprecision(9) << "unconfirmed stop, code " << code << " at step " << k << ", q";
+                    for (int i = 0; i < 7; ++i) msg << ' ' << q[i];
                     const Quaternion &o = pk.quaternion;
-                    ADD_FAILURE() << "unconfirmed stop, code " << code << " at step " << k << ", q "
-                                  << ::testing::PrintToString(std::vector<float>(q, q + 7)) << ", pose "
-                                  << ::testing::PrintToString(std::vector<float>{pk.x, pk.y, pk.z, o.w, o.x, o.y, o.z});
+                    msg << ", pose " << pk.x << ' ' << pk.y << ' ' << pk.z << ' ' << o.w << ' ' << o.x << ' ' << o.y << ' ' << o.z;
+                    ADD_FAILURE() << msg;
                 }
                 break;
             }
