@@ -81,6 +81,20 @@ inline double frobenius_dot(const M3& A, const M3& B) {
         for (int j = 0; j < 3; ++j) s += A.m[i][j] * B.m[i][j];
     return s;
 }
+// Sorts a short list of break-points in place (insertion sort: a few dozen
+// values, no allocation, well defined whatever the values).
+inline void sort_ascending(double *v, int n) {
+    for (int i = 1; i < n; ++i) {
+        const double x = v[i];
+        int j = i;
+        while (j > 0 && v[j - 1] > x) {
+            v[j] = v[j - 1];
+            --j;
+        }
+        v[j] = x;
+    }
+}
+
 inline M3 identity3() { return {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}}; }
 inline M3 rot_x(double a) {
     const double c = std::cos(a), s = std::sin(a);

@@ -113,16 +113,7 @@ int QuellArm::feasible_spans(const JointSpace& js, double base, Span* out, int c
             for (double lim : {js.lo[j], js.hi[j]})
                 add(sgn * m[0]->m[r][c], sgn * m[1]->m[r][c], sgn * m[2]->m[r][c] - std::cos(lim));
         }
-        // Sort (insertion; at most 26 points).
-        for (int i = 1; i < n; ++i) {
-            const double v = bp[i];
-            int j = i;
-            while (j > 0 && bp[j - 1] > v) {
-                bp[j] = bp[j - 1];
-                --j;
-            }
-            bp[j] = v;
-        }
+        sort_ascending(bp, n);  // at most 26 points
         const unsigned half = 0xFu << (4 * k);
         bool open = false;  // the last span of this elbow sign ends at a
         for (int i = 0; i + 1 < n; ++i) {

@@ -283,15 +283,7 @@ int TaldoArm::elbow_spans(const JointSpace* js, double lo, double hi, Span* out,
             }
         }
     }
-    for (int i = 1; i < n; ++i) {
-        const double v = bp[i];
-        int j = i;
-        while (j > 0 && bp[j - 1] > v) {
-            bp[j] = bp[j - 1];
-            --j;
-        }
-        bp[j] = v;
-    }
+    sort_ascending(bp, n);
     int n_out = 0;
     for (int i = 0; i + 1 < n; ++i) {
         const double a = bp[i], b = bp[i + 1];
