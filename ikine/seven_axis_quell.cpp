@@ -209,19 +209,7 @@ Solution solve_quell(const QuellGeometry& g, const JointSpace& js, const SearchS
         n_spans = arm.feasible_spans(js, phi0 - kPi, spans, kMaxSpans, offer_cost);
         search.cost_stage(spans, n_spans, kWideStep, kTolWide, &best, &best_cost);
     }
-    if (!(best_cost < kHuge)) {
-        out.code = kJointLimit;
-        return out;
-    }
-    if (narrow && js.check_speed && !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTolNarrow, &best)) {
-        out.code = kSpeedLimit;
-        return out;
-    }
-    for (int i = 0; i < kJoints; ++i) out.th[i] = best.th[i];
-    out.t = best.t;
-    out.branch = best.branch;
-    out.code = kOk;
-    return out;
+    return search.finish(spans, n_spans, narrow, js.check_speed, kTolNarrow, best, best_cost, out);
 }
 
 }  // namespace tova::seven_axis

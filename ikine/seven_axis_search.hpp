@@ -258,6 +258,27 @@ public:
         }
     }
 
+    // The common end of both solvers: the joint-limit code when no candidate
+    // was found, in narrow mode the speed stage, else the chosen candidate
+    // written into out (left as it was on failure but for the code).
+    Solution finish(const Span* spans, int n_spans, bool narrow, bool check_speed, double tol,
+                    Candidate best, double best_cost, Solution out) const {
+        if (!(best_cost < kHuge)) {
+            out.code = kJointLimit;
+            return out;
+        }
+        if (narrow && check_speed &&
+            !speed_stage(spans, n_spans, speed_step(spans, n_spans), tol, &best)) {
+            out.code = kSpeedLimit;
+            return out;
+        }
+        for (int i = 0; i < kJoints; ++i) out.th[i] = best.th[i];
+        out.t = best.t;
+        out.branch = best.branch;
+        out.code = kOk;
+        return out;
+    }
+
     // Narrow mode, when *best steps too fast: first the nearest candidate
     // again on a dense grid (near singular points of the parameterisation the
     // joints move much faster than the parameter, and the nearest solution

@@ -346,20 +346,7 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     search.cost_stage(spans, n_spans, step, tol, &best, &best_cost);
     if (!(best_cost < kHuge))
         search.margin_rescue(spans, n_spans, ss.narrow ? step / 4.0 : kRescueStep, tol, &best, &best_cost);
-    if (!(best_cost < kHuge)) {
-        out.code = kJointLimit;
-        return out;
-    }
-    if (ss.narrow && js.check_speed &&
-        !search.speed_stage(spans, n_spans, speed_step(spans, n_spans), kTolNarrow, &best)) {
-        out.code = kSpeedLimit;
-        return out;
-    }
-    for (int i = 0; i < kJoints; ++i) out.th[i] = best.th[i];
-    out.t = best.t;
-    out.branch = best.branch;
-    out.code = kOk;
-    return out;
+    return search.finish(spans, n_spans, ss.narrow, js.check_speed, kTolNarrow, best, best_cost, out);
 }
 
 }  // namespace tova::seven_axis
