@@ -27,6 +27,7 @@
 
 #include "config/libalgo_interface.h"
 #include "ikine/ik_batch_math.hpp"
+#include "ikine/ik_lanes.hpp"
 #include "kinematics/frame_product.hpp"
 #include "math/fixed_matrix.hpp"
 #include "math/pose_core.hpp"
@@ -218,15 +219,26 @@ inline float near_ref(float v, float ref) {
     return v;
 }
 
+// The same on four lanes.
+TOVA_LANES_INLINE I4 within(F4 v, float lo, float hi) { return (lo <= v) & (v <= hi); }
+TOVA_LANES_INLINE F4 toward(F4 v, float lo, float hi) { return v < lo ? v + kTurn : (v > hi ? v - kTurn : v); }
+TOVA_LANES_INLINE F4 near_ref(F4 v, float ref) {
+    const F4 d = ref - v;
+    return d > kHalfTurn ? v + kTurn : (d < -kHalfTurn ? v - kTurn : v);
+}
+
 namespace portable {
 // The C library itself.
-template <int N>
-inline void atan2_n(const float *y, const float *x, float *out) {
-    for (int i = 0; i < N; ++i) out[i] = std::atan2(y[i], x[i]);
+inline float atan2_1(float y, float x) { return std::atan2(y, x); }
+TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
+    return F4{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), std::atan2(y[3], x[3])};
 }
-template <int N>
-inline void sincos_n(const float *x, float *s, float *c) {
-    for (int i = 0; i < N; ++i) {
+TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
+    r0 = atan2_4(y0, x0);
+    r1 = atan2_4(y1, x1);
+}
+TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
+    for (int i = 0; i < 4; ++i) {
         s[i] = std::sin(x[i]);
         c[i] = std::cos(x[i]);
     }
@@ -243,28 +255,37 @@ inline void sincos_n(const float *x, float *s, float *c) {
 #pragma GCC target("avx2,fma")
 #endif
 namespace avx2 {
-template <int N>  // N a multiple of 8
-inline void atan2_n(const float *y, const float *x, float *out) {
-    for (int b = 0; b < N; b += 8) {
-        __m256i redo;
-        _mm256_storeu_ps(out + b, batch_detail::atan2f8(_mm256_loadu_ps(y + b), _mm256_loadu_ps(x + b), redo));
-        if (const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo)))
-            for (int i = 0; i < 8; ++i)
-                if (mask & (1 << i)) out[b + i] = std::atan2(y[b + i], x[b + i]);
+inline float atan2_1(float y, float x) { return std::atan2(y, x); }
+TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
+    const __m256 y = _mm256_set_m128(y1, y0), x = _mm256_set_m128(x1, x0);
+    __m256i redo;
+    __m256 r = batch_detail::atan2f8(y, x, redo);
+    if (const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo))) {
+        alignas(32) float rb[8], yb[8], xb[8];
+        _mm256_store_ps(rb, r);
+        _mm256_store_ps(yb, y);
+        _mm256_store_ps(xb, x);
+        for (int i = 0; i < 8; ++i)
+            if (mask & (1 << i)) rb[i] = std::atan2(yb[i], xb[i]);
+        r = _mm256_load_ps(rb);
     }
+    r0 = _mm256_castps256_ps128(r);
+    r1 = _mm256_extractf128_ps(r, 1);
 }
-template <int N>  // N a multiple of 4
-inline void sincos_n(const float *x, float *s, float *c) {
-    for (int b = 0; b < N; b += 4) {
-        __m128 sv, cv;
-        __m128i redo;
-        batch_detail::sincosf4(_mm_loadu_ps(x + b), sv, cv, redo);
-        _mm_storeu_ps(s + b, sv);
-        _mm_storeu_ps(c + b, cv);
-        if (const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo)))
-            for (int i = 0; i < 4; ++i)
-                if (mask & (1 << i)) s[b + i] = std::sin(x[b + i]), c[b + i] = std::cos(x[b + i]);
-    }
+TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
+    F4 r0, r1;
+    atan2_4x2(y, x, y, x, r0, r1);
+    return r0;
+}
+TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
+    __m128 sv, cv;
+    __m128i redo;
+    batch_detail::sincosf4(x, sv, cv, redo);
+    s = sv;
+    c = cv;
+    if (const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo)))
+        for (int i = 0; i < 4; ++i)
+            if (mask & (1 << i)) s[i] = std::sin(x[i]), c[i] = std::cos(x[i]);
 }
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace avx2
