@@ -2,10 +2,10 @@
 // results bit-identical to the C library's atan2f, sinf and cosf.
 //
 // Why: one vesk solve needs about forty atan2f and twenty sinf/cosf pairs,
-// which cost far more than the rest of its arithmetic. The solver asks for
-// them a batch at a time (the four arm candidates, or their eight wrist
-// choices, together), and on x86-64 with AVX2 and FMA a batch is evaluated
-// eight (atan2f) or four (sincosf) lanes per instruction.
+// about as costly as the rest of a solve even when evaluated together. The
+// solver asks for them four arm candidates at a time (two such groups per
+// atan2f call), and on x86-64 with AVX2 and FMA a call is evaluated eight
+// (atan2f) or four (sincosf) lanes per instruction.
 //
 // How the results stay identical to the library:
 //  * atan2f follows the classic single-precision argument reduction (five
@@ -36,9 +36,6 @@
 
 namespace tova::ik {
 
-// Largest batch the solvers hand over at once.
-inline constexpr int kMaxBatch = 16;
-
 namespace batch_detail {
 
 inline void scalar_atan2f(const float *y, const float *x, float *out, int n) {
@@ -59,17 +56,11 @@ inline void scalar_sincosf(const float *x, float *s, float *c, int n) {
 TOVA_IK_AVX2 inline __m256 splat_ps(float v) { return _mm256_set1_ps(v); }
 TOVA_IK_AVX2 inline __m256i splat_epi(int32_t v) { return _mm256_set1_epi32(v); }
 
-// Interval masks of the atan2f reduction.
-struct Intervals {
-    __m256i small, lt0, lt1, lt2;
-};
-TOVA_IK_AVX2 inline __m256 pick_interval(const Intervals &iv, float v_small, float v0, float v1,
-                                         float v2, float v3) {
-    __m256 r = splat_ps(v3);
-    r = _mm256_blendv_ps(r, splat_ps(v2), _mm256_castsi256_ps(iv.lt2));
-    r = _mm256_blendv_ps(r, splat_ps(v1), _mm256_castsi256_ps(iv.lt1));
-    r = _mm256_blendv_ps(r, splat_ps(v0), _mm256_castsi256_ps(iv.lt0));
-    return _mm256_blendv_ps(r, splat_ps(v_small), _mm256_castsi256_ps(iv.small));
+// Per-lane constant of the atan2f reduction: `interval` is 0 for t < 7/16
+// and 1 + the interval number (0..3) otherwise.
+TOVA_IK_AVX2 inline __m256 pick_interval(__m256i interval, float v_small, float v0, float v1, float v2,
+                                         float v3) {
+    return _mm256_permutevar8x32_ps(_mm256_setr_ps(v_small, v0, v1, v2, v3, 0.0f, 0.0f, 0.0f), interval);
 }
 // c + w * acc, rounded twice (never fused).
 TOVA_IK_AVX2 inline __m256 mla(__m256 c, __m256 w, __m256 acc) {
@@ -111,11 +102,12 @@ TOVA_IK_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
     //   B          0      1     1    1.5    1
     //   C          1      2     1     1     0
     //   D          0      1     1    1.5    1
-    const Intervals iv{small, lt0, lt1, lt2};
+    // Interval index: the number of bounds t reaches (masks are -1 below one).
+    const __m256i iv = _mm256_add_epi32(_mm256_add_epi32(splat_epi(4), _mm256_add_epi32(small, lt0)),
+                                        _mm256_add_epi32(lt1, lt2));
     const __m256 A = pick_interval(iv, 1.0f, 2.0f, 1.0f, 1.0f, 0.0f);
     const __m256 B = pick_interval(iv, 0.0f, 1.0f, 1.0f, 1.5f, 1.0f);
-    const __m256 C = pick_interval(iv, 1.0f, 2.0f, 1.0f, 1.0f, 0.0f);
-    const __m256 D = pick_interval(iv, 0.0f, 1.0f, 1.0f, 1.5f, 1.0f);
+    const __m256 C = A, D = B;
     const __m256 hi = pick_interval(iv, 0.0f, 4.6364760399e-01f, 7.8539812565e-01f, 9.8279368877e-01f,
                            1.5707962513e+00f);
     const __m256 lo = pick_interval(iv, 0.0f, 5.0121582440e-09f, 3.7748947079e-08f, 3.4473217170e-08f,
