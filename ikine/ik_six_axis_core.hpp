@@ -227,9 +227,12 @@ TOVA_LANES_INLINE F4 near_ref(F4 v, float ref) {
     return d > kHalfTurn ? v + kTurn : (d < -kHalfTurn ? v - kTurn : v);
 }
 
+// A single arc tangent (the shoulder heading, the wrist re-split) is the C
+// library's own on every instruction set.
+inline float atan2_1(float y, float x) { return std::atan2(y, x); }
+
 namespace portable {
 // The C library itself.
-inline float atan2_1(float y, float x) { return std::atan2(y, x); }
 TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
     return F4{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), std::atan2(y[3], x[3])};
 }
@@ -255,7 +258,6 @@ TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
 #pragma GCC target("avx2,fma")
 #endif
 namespace avx2 {
-inline float atan2_1(float y, float x) { return std::atan2(y, x); }
 TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
     const __m256 y = _mm256_set_m128(y1, y0), x = _mm256_set_m128(x1, x0);
     __m256i redo;
