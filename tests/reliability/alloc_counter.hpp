@@ -1,8 +1,9 @@
 // Counts heap allocations made by this process while a guard is active. The
-// allocator functions are interposed in the test executable (malloc, calloc,
-// realloc, aligned variants and every operator new), so allocations made
-// inside the shared library are seen too. Not usable under AddressSanitizer
-// or valgrind, which own the allocator themselves.
+// C allocator functions are interposed in the test executable (malloc, calloc,
+// realloc and the aligned variants), so allocations made inside the shared
+// library, and every operator new of the C++ runtime (which calls them), are
+// seen too. Not usable under AddressSanitizer or valgrind, which own the
+// allocator themselves.
 #pragma once
 
 #include <cstddef>

@@ -1,18 +1,15 @@
 #include "battery.hpp"
 
-#include <cstring>
+#include <cinttypes>
+#include <cstdio>
 #include <initializer_list>
 
 #include "config_snapshot.hpp"
 #include "process_state.hpp"
-#include "tova_algorithm.h"
 
 namespace tova_test {
 
 namespace {
-
-const uint32_t kModels[] = {ROBOT_VESK,   ROBOT_QUELL, ROBOT_PIRRA_2, ROBOT_PIRRA_3, ROBOT_LUMO_A,
-                            ROBOT_LUMO_B, ROBOT_TALDO, ROBOT_LUMO_C,  ROBOT_GENERIC_7};
 
 bool seven_axis(uint32_t type) { return type == ROBOT_QUELL || type == ROBOT_TALDO; }
 int joint_count(uint32_t type) { return seven_axis(type) || type == ROBOT_GENERIC_7 ? 7 : 6; }
@@ -28,6 +25,12 @@ void random_frames(Rng &rng, bool identity) {
     libalgo_set_robot_install_angle(f);
 }
 
+// Joints `goal` in [-range, range] and current joints within `near` of them.
+void near_pair(Rng &rng, float *goal, float *cur, int n, float range, float near) {
+    rng.fill(goal, n, -range, range);
+    for (int k = 0; k < n; ++k) cur[k] = goal[k] + rng.uniform(-near, near);
+}
+
 void config_part(Digest &d, Rng &rng) {
     ConfigSnapshot s;
     for (uint32_t type : kModels) {
@@ -37,11 +40,9 @@ void config_part(Digest &d, Rng &rng) {
             d.put(s);
         }
         d.put(libalgo_set_robot_and_sensor_type(type, 0));
+        random_frames(rng, false);
         float v[64];
         rng.fill(v, 64, -2.0f, 2.0f);
-        libalgo_set_robot_install_angle(v);
-        libalgo_set_tool_cs_params(v + 3);
-        libalgo_set_work_cs_params(v + 9);
         libalgo_set_jointlim_max(v + 16);
         libalgo_set_joint_direction(v + 24);
         libalgo_set_drag_regulation_factor(v + 32);
@@ -94,138 +95,96 @@ void pose_part(Digest &d, Rng &rng) {
     }
 }
 
+using MatrixFk = Matrix *(*)(Matrix *, const float *);
+using PositionFk = float *(*)(float *, const float *);
+// The entry points, then every family's closed form (run on whichever model's DH table is selected).
+const MatrixFk kMatrixFk[] = {
+    forward_kinematics_e,               forward_kinematics_world_to_flange, forward_kinematics_for_unity,
+    forward_kinematics_rotate,          forward_kinematics_rotate_flange,   forward_kinematics_e_vesk,
+    forward_kinematics_rotate_vesk,     forward_kinematics_e_quell,         forward_kinematics_rotate_quell,
+    forward_kinematics_e_pirra_2,       forward_kinematics_rotate_pirra_2,  forward_kinematics_e_pirra_3,
+    forward_kinematics_rotate_pirra_3,  forward_kinematics_e_lumo,          forward_kinematics_rotate_lumo,
+    forward_kinematics_e_taldo,         forward_kinematics_rotate_taldo};
+const PositionFk kPositionFk[] = {forward_kinematics_pos,         forward_kinematics_pos_calibration,
+                                  forward_kinematics_pos_vesk,    forward_kinematics_pos_quell,
+                                  forward_kinematics_pos_pirra_2, forward_kinematics_pos_pirra_3,
+                                  forward_kinematics_pos_lumo,    forward_kinematics_pos_taldo};
+
 void forward_part(Digest &d, Rng &rng) {
     for (uint32_t type : kModels) {
         libalgo_set_robot_and_sensor_type(type, 1);
         random_frames(rng, false);
-        float q[7];
         for (int i = 0; i < 10; ++i) {
+            float q[7], v[3];
             rng.fill(q, 7, -3.0f, 3.0f);
             Matrix m;
             Pose p;
-            float v[3];
-            d.put(*forward_kinematics_e(&m, q)), d.put(*forward_kinematics_world_to_flange(&m, q));
-            d.put(*forward_kinematics_for_unity(&m, q)), d.put(*forward_kinematics(&p, q));
-            d.put(*forward_kinematics_rotate(&m, q)), d.put(*forward_kinematics_rotate_flange(&m, q));
-            d.add(forward_kinematics_pos(v, q), sizeof v);
-            d.add(forward_kinematics_pos_calibration(v, q), sizeof v);
+            d.put(*forward_kinematics(&p, q));
+            for (MatrixFk fk : kMatrixFk) d.put(*fk(&m, q));
+            for (PositionFk fk : kPositionFk) d.add(fk(v, q), sizeof v);
         }
-        // Every family's closed form on this model's DH table.
-        Matrix m;
-        float v[3];
-        d.put(*forward_kinematics_e_vesk(&m, q)), d.put(*forward_kinematics_rotate_vesk(&m, q));
-        d.put(*forward_kinematics_e_quell(&m, q)), d.put(*forward_kinematics_rotate_quell(&m, q));
-        d.put(*forward_kinematics_e_pirra_2(&m, q)), d.put(*forward_kinematics_rotate_pirra_2(&m, q));
-        d.put(*forward_kinematics_e_pirra_3(&m, q)), d.put(*forward_kinematics_rotate_pirra_3(&m, q));
-        d.put(*forward_kinematics_e_lumo(&m, q)), d.put(*forward_kinematics_rotate_lumo(&m, q));
-        d.put(*forward_kinematics_e_taldo(&m, q)), d.put(*forward_kinematics_rotate_taldo(&m, q));
-        d.add(forward_kinematics_pos_vesk(v, q), sizeof v), d.add(forward_kinematics_pos_quell(v, q), sizeof v);
-        d.add(forward_kinematics_pos_pirra_2(v, q), sizeof v), d.add(forward_kinematics_pos_pirra_3(v, q), sizeof v);
-        d.add(forward_kinematics_pos_lumo(v, q), sizeof v), d.add(forward_kinematics_pos_taldo(v, q), sizeof v);
     }
 }
 
+using Plugin = int32_t (*)(const Matrix *, const float *, float *);
+// The stateless plug-in solver ikine picks, indexed by model type (none for
+// the seven-axis models, the generic one and the unused type 2).
+const Plugin kPluginOf[] = {plugin_inverse_kinematics_vesk,    nullptr,
+                            nullptr,                           plugin_inverse_kinematics_pirra_2,
+                            plugin_inverse_kinematics_pirra_3, plugin_inverse_kinematics_lumo,
+                            plugin_inverse_kinematics_lumo,    nullptr,
+                            plugin_inverse_kinematics_lumo,    nullptr};
+
 // Targets: the tool pose of joints near the current ones, so most requests
 // succeed and the choice among candidates matters; every eighth is far off.
+// Each goes to the entry, to the model's plug-in solver (configured tool) and
+// to ikine (its own selection, no frames). ikine's solve mode alternates, and
+// the seven-axis settings it leaves behind hold for the next entry call, so
+// both see the narrow and the wide seven-axis search.
 void inverse_part(Digest &d, Rng &rng) {
+    static int32_t (*const kSixAxis[])(const float *, float *) = {inverse_kinematics_vesk, inverse_kinematics_pirra_2,
+                                                                  inverse_kinematics_pirra_3, inverse_kinematics_lumo};
     for (uint32_t type : kModels) {
-        libalgo_set_robot_and_sensor_type(type, 0);
-        random_frames(rng, type == ROBOT_LUMO_B);
-        const int n = joint_count(type);
+        float max[8], min[8];  // ikine's joint limits: some targets fall outside them
+        rng.fill(max, 8, 1.2f, 6.2f);
+        for (int k = 0; k < 8; ++k) min[k] = -max[k];
+        const size_t joints = sizeof(float) * static_cast<size_t>(joint_count(type));
         for (int i = 0; i < 12; ++i) {
+            libalgo_set_robot_and_sensor_type(type, 0);
+            random_frames(rng, type == ROBOT_LUMO_B);
             float goal[7], cur[7], out[7] = {0, 0, 0, 0, 0, 0, 0};
-            rng.fill(goal, 7, -2.0f, 2.0f);
             // Narrow seven-axis search only moves as far as one control period allows.
-            const float near = seven_axis(type) ? 0.0005f : 0.05f;
-            for (int k = 0; k < 7; ++k) cur[k] = goal[k] + rng.uniform(-near, near);
+            near_pair(rng, goal, cur, 7, 2.0f, seven_axis(type) ? 0.0005f : 0.05f);
             Pose p;
-            forward_kinematics(&p, goal);
-            if (i % 8 == 7) p.x += 5.0f;
-            const uint8_t is_euler = static_cast<uint8_t>(i & 1);
-            d.put(inverse_kinematics(cur, &p, out, is_euler));
-            d.add(out, sizeof(float) * static_cast<size_t>(n));
+            Matrix T;
+            forward_kinematics(&p, goal), forward_kinematics_e(&T, goal);
+            if (i % 8 == 7) p.x += 5.0f, T.data[0][3] += 5.0f;
+            const uint8_t odd = static_cast<uint8_t>(i & 1);
+            d.put(inverse_kinematics(cur, &p, out, odd)), d.add(out, joints);
             d.put(joint_overspeed_judgment(cur, out, 1.0f + static_cast<float>(i)));
+            if (kPluginOf[type]) d.put(kPluginOf[type](&T, cur, out)), d.add(out, joints);
+            d.put(ikine(type, 0, odd, max, min, &T.data[0][0], cur, out)), d.add(out, joints);
         }
         // The helpers and six-axis solvers on the entry's working state.
         Pose p;
         const float q0[7] = {0.2f, -0.3f, 0.8f, 0.1f, 0.6f, -0.2f, 0.3f};
         forward_kinematics(&p, q0);
-        float out[6];
         inverse_data_init();
         d.put(T_Base_Tool(&p, 1));
-        d.put(inverse_kinematics_vesk(q0, out)), d.add(out, sizeof out);
-        d.put(inverse_kinematics_pirra_2(q0, out)), d.add(out, sizeof out);
-        d.put(inverse_kinematics_pirra_3(q0, out)), d.add(out, sizeof out);
-        d.put(inverse_kinematics_lumo(q0, out)), d.add(out, sizeof out);
+        for (auto solve : kSixAxis) {
+            float out[6];
+            d.put(solve(q0, out)), d.put(out);
+        }
         const Matrix m = pose_euler_to_transformation_matrix(p);
         pose_n_o_a(&m);
     }
 }
 
-void plugin_part(Digest &d, Rng &rng) {
-    static const uint32_t kSix[] = {ROBOT_VESK, ROBOT_PIRRA_2, ROBOT_PIRRA_3, ROBOT_LUMO_A};
-    for (uint32_t type : kSix) {
-        libalgo_set_robot_and_sensor_type(type, 0);
-        random_frames(rng, type != ROBOT_VESK);
-        for (int i = 0; i < 10; ++i) {
-            float goal[6], cur[6], out[6] = {0, 0, 0, 0, 0, 0};
-            rng.fill(goal, 6, -2.0f, 2.0f);
-            for (int k = 0; k < 6; ++k) cur[k] = goal[k] + rng.uniform(-0.05f, 0.05f);
-            Matrix T;
-            forward_kinematics_e(&T, goal);
-            int32_t r;
-            switch (type) {
-            case ROBOT_VESK: r = plugin_inverse_kinematics_vesk(&T, cur, out); break;
-            case ROBOT_PIRRA_2: r = plugin_inverse_kinematics_pirra_2(&T, cur, out); break;
-            case ROBOT_PIRRA_3: r = plugin_inverse_kinematics_pirra_3(&T, cur, out); break;
-            default: r = plugin_inverse_kinematics_lumo(&T, cur, out); break;
-            }
-            d.put(r), d.add(out, sizeof out);
-        }
-    }
-    float max[8], min[8];
-    for (int k = 0; k < 8; ++k) max[k] = 6.2f, min[k] = -6.2f;
-    for (uint32_t type : kModels) {
-        for (uint32_t mode = 0; mode < 2; ++mode) {
-            libalgo_set_robot_and_sensor_type(type, 0);
-            float goal[7], cur[7], out[7] = {0, 0, 0, 0, 0, 0, 0};
-            rng.fill(goal, 7, -1.5f, 1.5f);
-            for (int k = 0; k < 7; ++k) cur[k] = goal[k] + rng.uniform(-0.01f, 0.01f);
-            Matrix T;
-            forward_kinematics_e(&T, goal);
-            d.put(ikine(type, 0, mode, max, min, &T.data[0][0], cur, out));
-            d.add(out, sizeof(float) * static_cast<size_t>(joint_count(type)));
-        }
-    }
-    ikine_set_7dof_solver_search_strategy(1);
-    ikine_set_solution_range_quell(0.013f);
-}
-
-void seven_axis_part(Digest &d, Rng &rng) {
-    for (uint32_t type : {ROBOT_QUELL, ROBOT_TALDO}) {
-        libalgo_set_robot_and_sensor_type(type, 0);
-        for (int wide = 0; wide < 2; ++wide) {
-            ikine_set_7dof_solver_search_strategy(wide ? 0u : 1u);
-            ikine_set_solution_range_quell(wide ? 3.14f : 0.013f);
-            for (int i = 0; i < 6; ++i) {
-                float goal[7], cur[7], out[7];
-                rng.fill(goal, 7, -1.5f, 1.5f);
-                for (int k = 0; k < 7; ++k) cur[k] = goal[k] + rng.uniform(-0.0005f, 0.0005f);
-                Matrix T;
-                forward_kinematics_e(&T, goal);
-                const mat target = matrix_to_mat(&T);
-                d.put(type == ROBOT_QUELL ? inverse_kinematics_quell(target, cur, out)
-                                          : inverse_kinematics_taldo(target, cur, out));
-                d.put(out);
-            }
-        }
-    }
-    ikine_set_7dof_solver_search_strategy(1);
-    ikine_set_solution_range_quell(0.013f);
-}
-
+// Link transforms, frame products, Jacobians, singularity analysis and the
+// numerical inverse kinematics built on them.
 void universal_part(Digest &d, Rng &rng) {
     static const char *const kFrames[] = {"T0n", "T02", "T05", "T06", "T0t", "Tbn", "Tbt", "Twn", "Twt", "other"};
+    static const char *const kFormats[] = {"T", "Euler", "quaternion"};
     for (uint32_t type : kModels) {
         libalgo_set_robot_and_sensor_type(type, 0);
         random_frames(rng, false);
@@ -243,28 +202,15 @@ void universal_part(Digest &d, Rng &rng) {
             d.put(kin_robot_singularity_analyse(q, mode, nullptr));
             kin_singularity_thresholds_init();
             d.put(kin_get_MDH_Ti(i, &dh, q)), d.put(kin_get_SDH_Ti(i + 2, &dh, q));
-        }
-    }
-}
 
-void numerical_part(Digest &d, Rng &rng) {
-    static const char *const kFormats[] = {"T", "Euler", "quaternion"};
-    for (uint32_t type : kModels) {
-        libalgo_set_robot_and_sensor_type(type, 0);
-        random_frames(rng, false);
-        for (int i = 0; i < 3; ++i) {
-            IkNumericalRequest req;
-            std::memset(&req, 0, sizeof req);
+            IkNumericalRequest req{};
             req.max_iterations = 20;
             req.tolerance = 1e-6f;
-            float goal[7];
-            rng.fill(goal, 7, -1.5f, 1.5f);
-            for (int k = 0; k < 7; ++k) req.seed[k] = goal[k] + rng.uniform(-0.2f, 0.2f);
+            float goal[7], out[7] = {0, 0, 0, 0, 0, 0, 0};
+            near_pair(rng, goal, req.seed, 7, 1.5f, 0.2f);
             forward_kinematics(&req.pose, goal);
             req.target_matrix = pose_euler_to_transformation_matrix(req.pose);
-            float out[7] = {0, 0, 0, 0, 0, 0, 0};
-            d.put(ikine_numerical_solution(&req, kFormats[i], out));
-            d.put(out);
+            d.put(ikine_numerical_solution(&req, kFormats[i % 3], out)), d.put(out);
         }
     }
 }
@@ -304,8 +250,7 @@ void mat_part(Digest &d, Rng &rng) {
         merge_sort(static_cast<int>(n & 1), sorted, 64);
         d.put(sorted);
 
-        mat inv, L, U, P, Q, R, S, V;
-        std::memset(&inv, 0, sizeof inv);
+        mat inv{}, L, U, P, Q, R, S, V;  // inv: mat_inv leaves it alone when it fails
         d.put(mat_inv(A, &inv)), d.put(inv);
         d.put(mat_lu(&A, &L, &U, &P)), d.put(L), d.put(U), d.put(P);
         d.put(mat_det(&A)), d.put(mat_rank(&B)), d.put(mat_rank(&gram));
@@ -316,8 +261,7 @@ void mat_part(Digest &d, Rng &rng) {
         d.put(mat_fast_svd(&B, &U, &S, &V)), d.put(U), d.put(S), d.put(V);
         d.put(mat_pinv(&B)), d.put(mat_pinv_svd(&B)), d.put(mat_cond(&A));
 
-        AlgoMatrix a, b;
-        std::memset(&a, 0, sizeof a);
+        AlgoMatrix a{}, b;
         a.rows = a.cols = 1 + n % 9;
         for (int i = 0; i < a.rows; ++i) {
             rng.fill(a.data[i], a.cols, -1.0f, 1.0f);
@@ -340,26 +284,27 @@ void mat_part(Digest &d, Rng &rng) {
     }
 }
 
+// Fixed-size array operations with the number of floats each writes.
+const struct {
+    int (*f)(const float *, const float *, float *);
+    size_t outputs;
+} kBinaryArrayOps[] = {{sub_VEC3, 3},         {add_VEC3, 3},         {cross_VEC3, 3},
+                       {mult_MAT3X3, 9},      {mult_MAT4X4, 16},     {mult_MAT6X6, 36},
+                       {mult_MAT3X3_VEC3, 3}, {mult_MAT6X6_VEC6, 6}, {mult_MAT7X6_VEC6, 7},
+                       {mult_MAT6X7_VEC7, 6}};
+const struct {
+    int (*f)(const float *, float *);
+    size_t outputs;
+} kUnaryArrayOps[] = {{unit_VEC3, 3}, {transpose_MAT3X3, 9}, {transpose_MAT6X6, 36}, {transpose_MAT6X7, 42}};
+
 void arrays_part(Digest &d, Rng &rng) {
     for (int i = 0; i < 30; ++i) {
         float a[42], b[42], out[42];
         rng.fill(a, 42, -1.5f, 1.5f);
         rng.fill(b, 42, -1.5f, 1.5f);
         d.put(getSign(a[0]));
-        sub_VEC3(a, b, out), d.add(out, 12);
-        add_VEC3(a, b, out), d.add(out, 12);
-        unit_VEC3(a, out), d.add(out, 12);
-        cross_VEC3(a, b, out), d.add(out, 12);
-        transpose_MAT3X3(a, out), d.add(out, 36);
-        transpose_MAT6X6(a, out), d.add(out, 144);
-        transpose_MAT6X7(a, out), d.add(out, 168);
-        mult_MAT3X3(a, b, out), d.add(out, 36);
-        mult_MAT4X4(a, b, out), d.add(out, 64);
-        mult_MAT6X6(a, b, out), d.add(out, 144);
-        mult_MAT3X3_VEC3(a, b, out), d.add(out, 12);
-        mult_MAT6X6_VEC6(a, b, out), d.add(out, 24);
-        mult_MAT7X6_VEC6(a, b, out), d.add(out, 28);
-        mult_MAT6X7_VEC7(a, b, out), d.add(out, 24);
+        for (const auto &op : kBinaryArrayOps) d.put(op.f(a, b, out)), d.add(out, sizeof(float) * op.outputs);
+        for (const auto &op : kUnaryArrayOps) d.put(op.f(a, out)), d.add(out, sizeof(float) * op.outputs);
         float m6[36] = {};
         assign_MAT3X3_to_MAT6X6(m6, 3, 3, a, 0, 0, 3, 3), d.put(m6);
         mul_VEC3_scalar(a, 0.5f), mul_MAT3X3_scalar(b, 2.0f), d.add(a, 12), d.add(b, 36);
@@ -417,31 +362,33 @@ void dynmatrix_part(Digest &d, Rng &rng) {
 }  // namespace
 
 const char *part_name(Part p) {
-    static const char *const kNames[kPartCount] = {"config",    "pose",      "forward", "inverse",
-                                                   "plugin",    "seven_axis", "universal", "numerical",
-                                                   "mat",       "arrays",    "dynmatrix"};
+    static const char *const kNames[kPartCount] = {"config",    "pose", "forward", "inverse",
+                                                   "universal", "mat",  "arrays",  "dynmatrix"};
     return kNames[static_cast<int>(p)];
 }
 
 void run_part(Part p, Digest &d, int rounds) {
+    static void (*const kRun[kPartCount])(Digest &, Rng &) = {config_part,    pose_part, forward_part, inverse_part,
+                                                              universal_part, mat_part,  arrays_part,  dynmatrix_part};
     reset_process_state();
     Rng rng(0x9E3779B9u ^ static_cast<uint32_t>(p));
-    for (int r = 0; r < rounds; ++r) {
-        switch (p) {
-        case Part::config: config_part(d, rng); break;
-        case Part::pose: pose_part(d, rng); break;
-        case Part::forward: forward_part(d, rng); break;
-        case Part::inverse: inverse_part(d, rng); break;
-        case Part::plugin: plugin_part(d, rng); break;
-        case Part::seven_axis: seven_axis_part(d, rng); break;
-        case Part::universal: universal_part(d, rng); break;
-        case Part::numerical: numerical_part(d, rng); break;
-        case Part::mat: mat_part(d, rng); break;
-        case Part::arrays: arrays_part(d, rng); break;
-        case Part::dynmatrix: dynmatrix_part(d, rng); break;
-        }
-    }
+    for (int r = 0; r < rounds; ++r) kRun[static_cast<int>(p)](d, rng);
     reset_process_state();
+}
+
+std::string part_digest(Part p) {
+    Digest d;
+    run_part(p, d);
+    char buf[17];
+    std::snprintf(buf, sizeof buf, "%016" PRIx64, d.h);
+    return buf;
+}
+
+std::map<std::string, std::string> read_digests(FILE *in) {
+    std::map<std::string, std::string> out;
+    char name[64], value[64];
+    while (in && std::fscanf(in, "%63s %63s", name, value) == 2) out[name] = value;
+    return out;
 }
 
 }  // namespace tova_test

@@ -12,9 +12,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <map>
 #include <ostream>
+#include <string>
+
+#include "tova_algorithm.h"
 
 namespace tova_test {
+
+inline constexpr uint32_t kModels[] = {ROBOT_VESK,   ROBOT_QUELL, ROBOT_PIRRA_2, ROBOT_PIRRA_3,  ROBOT_LUMO_A,
+                                       ROBOT_LUMO_B, ROBOT_TALDO, ROBOT_LUMO_C,  ROBOT_GENERIC_7};
 
 // FNV-1a over the bytes of every output.
 struct Digest {
@@ -47,24 +55,28 @@ struct Rng {  // xorshift32: the same sequence on every platform and library
 };
 
 enum class Part {
-    config,      // selection of every model and sensor, setters, every getter
-    pose,        // pose conversions and fixed 4x4 / 7x7 matrices
-    forward,     // forward kinematics entry points and closed forms, every model
-    inverse,     // inverse_kinematics on every model, both orientation fields
-    plugin,      // plug-in solvers and ikine, both solve modes
-    seven_axis,  // quell and taldo solvers, narrow and wide search
-    universal,   // link transforms, frame products, Jacobians, singularity
-    numerical,   // numerical inverse kinematics, every model and format
-    mat,         // mat operations, inverse and decompositions, 9x9 tools
-    arrays,      // fixed-size arrays, Lie-group maps, low-pass filter
-    dynmatrix,   // DynMatrix arithmetic and solver (allocates by design)
+    config,     // selection of every model and sensor, setters, every getter
+    pose,       // pose conversions and fixed 4x4 / 7x7 matrices
+    forward,    // forward kinematics entry points and closed forms, every model
+    inverse,    // inverse_kinematics, plug-in solvers and ikine on every model, narrow and wide search
+    universal,  // link transforms, frame products, Jacobians, singularity, numerical inverse kinematics
+    mat,        // mat operations, inverse and decompositions, 9x9 tools
+    arrays,     // fixed-size arrays, Lie-group maps, low-pass filter
+    dynmatrix,  // DynMatrix arithmetic and solver (allocates by design, so last)
 };
-inline constexpr int kPartCount = 11;
+inline constexpr int kPartCount = 8;
+inline constexpr Part kParts[kPartCount] = {Part::config,    Part::pose, Part::forward, Part::inverse,
+                                            Part::universal, Part::mat,  Part::arrays,  Part::dynmatrix};
 
 const char *part_name(Part p);
-inline void PrintTo(Part p, std::ostream *os) { *os << part_name(p); }  // GoogleTest's name for a part
+// GoogleTest prints a part, and names its parameterised tests, by this.
+inline void PrintTo(Part p, std::ostream *os) { *os << part_name(p); }
+
 // Runs one part `rounds` times over (more rounds, more calls, same kinds),
 // from the state reset_process_state() (process_state.hpp) makes.
 void run_part(Part p, Digest &d, int rounds = 1);
+std::string part_digest(Part p);  // 16 hex digits, as tova_battery prints them
+// Reads "<part> <digest>" lines, as tova_battery prints them.
+std::map<std::string, std::string> read_digests(FILE *in);
 
 }  // namespace tova_test
