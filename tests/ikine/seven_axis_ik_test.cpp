@@ -18,11 +18,7 @@ namespace {
 using namespace tova::seven_axis;
 using ikref::M4;
 
-struct ModelId {
-    unsigned type, sensor;
-};
-
-class SevenAxis : public ::testing::TestWithParam<ModelId> {
+class SevenAxis : public ::testing::TestWithParam<ref::ModelCase> {
   protected:
     void SetUp() override {
         m_ = ikref::seven_axis_model(GetParam().type, GetParam().sensor);
@@ -61,20 +57,10 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
     unsigned branches(double t, double raw[kBranches][kJoints]) const {
         return taldo_ ? ta_.solve(t, 0xFFu, raw) : qa_.solve(t, 0xFFu, raw);
     }
-    static double cost(const double *a, const double *b) {
-        double c = 0;
-        for (int i = 0; i < kJoints; ++i) c += kWeight[i] * (a[i] - b[i]) * (a[i] - b[i]);
-        return c;
-    }
     bool inside(const double *th) const {
         bool in = true;
         for (int i = 0; i < kJoints; ++i) in = in && th[i] >= js_.lo[i] && th[i] <= js_.hi[i];
         return in;
-    }
-    void expect_reaches(const double *th, const M4 &target, double tol) const {
-        const M4 T = fk(th);
-        EXPECT_LT(ikref::pos_err(T, target), tol);
-        EXPECT_LT(ikref::rot_err(T, target), tol);
     }
 
     // Well-conditioned start for a path leaving in direction dir at 0.25 m/s
@@ -85,9 +71,7 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
         for (bool ok = false; !ok;) {
             ikref::random_joints(m_, rng, q, 0.3);
             const MatrixMore J = kin_calc_jacobe_J0(q, "machine");
-            mat Jm = mat_zeros(6, 7), v = mat_zeros(6, 1);
-            for (int r = 0; r < 6; ++r)
-                for (int c = 0; c < 7; ++c) Jm.data[r][c] = J.data[r][c];
+            mat Jm = matrix_more_to_mat(&J), v = mat_zeros(6, 1);
             for (int r = 0; r < 3; ++r) v.data[r][0] = static_cast<float>(0.25 * dir[r]);
             const mat P = mat_pinv(&Jm), rates = mat_mult(&P, &v);
             ok = true;
@@ -148,69 +132,50 @@ class SevenAxis : public ::testing::TestWithParam<ModelId> {
     TaldoArm ta_;
 };
 
-// Every branch reproduces the target, and at the current parameter one of
-// them is the generating configuration.
-TEST_P(SevenAxis, ClosedFormContainsGeneratingJoints) {
+// Per random target: every closed-form branch reproduces it, and at the
+// current parameter one of them is the generating configuration. Every
+// feasible solution a dense scan finds lies in the analytic pieces (quell:
+// all limits; taldo: elbow existence and joint 4), which may hold more but
+// never less. Wide mode finds the target from anywhere, narrow mode from a
+// control step away; both inside the limits and no farther (weighted) from
+// the current joints than the generating configuration, which they could
+// choose.
+TEST_P(SevenAxis, ClosedFormPiecesAndSearchesAgainstTheReferenceChain) {
     std::mt19937 rng(11);
+    std::uniform_real_distribution<double> step(-2e-3, 2e-3);
+    auto cost = [](const double *a, const double *b) {
+        double c = 0;
+        for (int i = 0; i < kJoints; ++i) c += kWeight[i] * (a[i] - b[i]) * (a[i] - b[i]);
+        return c;
+    };
+    int missed = 0, feasible = 0;
     for (int n = 0; n < 400; ++n) {
-        double th[kJoints], raw[kBranches][kJoints];
-        const M4 target = random_target(rng, th);
+        const bool narrow = n % 2;
+        double th[kJoints], cur[kJoints], raw[kBranches][kJoints];
+        const M4 target = random_target(rng, th, narrow ? 0.01 : 0.0);
         ASSERT_TRUE(setup(rigid(target), th));
         const unsigned got = branches(taldo_ ? th[6] : qa_.current_phi(), raw);
         ASSERT_NE(got, 0u);
         double nearest = 1e9;
         for (int b = 0; b < kBranches; ++b) {
             if (!(got & (1u << b))) continue;
-            expect_reaches(raw[b], target, 1e-9);
+            EXPECT_LT(ikref::gap(fk(raw[b]), target), 1e-9);
             double dev = 0;
             for (int i = 0; i < kJoints; ++i) dev = std::fmax(dev, std::fabs(std::remainder(raw[b][i] - th[i], 2 * kPi)));
             nearest = std::fmin(nearest, dev);
         }
         EXPECT_LT(nearest, 1e-7) << "sample " << n;
-    }
-}
-
-// Wide mode finds every target from anywhere, narrow mode from a control
-// step away; both inside the limits and no farther from the current joints
-// than the generating configuration (which they could choose).
-TEST_P(SevenAxis, SearchesFindTheNearestSolution) {
-    std::mt19937 wide_rng(12), narrow_rng(13);
-    std::uniform_real_distribution<double> step(-2e-3, 2e-3);
-    for (int n = 0; n < 300; ++n) {
-        const bool narrow = n % 2;
-        std::mt19937 &rng = narrow ? narrow_rng : wide_rng;
-        double th[kJoints], cur[kJoints];
-        const M4 target = random_target(rng, th, narrow ? 0.01 : 0.0);
-        if (!narrow) random_target(rng, cur);
-        for (int i = 0; i < kJoints && narrow; ++i) cur[i] = th[i] + step(rng);
-        const Solution s = solve(target, cur, narrow);
-        ASSERT_EQ(s.code, kOk) << "sample " << n;
-        expect_reaches(s.th, target, 1e-9);
-        EXPECT_TRUE(inside(s.th));
-        EXPECT_LE(cost(s.th, cur), cost(th, cur) + (narrow ? 1e-12 : 1e-9)) << "sample " << n;
-    }
-}
-
-// Every feasible solution found by dense sampling lies in the closed-form
-// pieces (quell: all limits; taldo: elbow existence and joint 4), which may
-// hold more but never less.
-TEST_P(SevenAxis, AnalyticPiecesHoldEveryFeasibleSolution) {
-    std::mt19937 rng(15);
-    int missed = 0, feasible = 0;
-    for (int n = 0; n < 40; ++n) {
-        double th[kJoints];
-        ASSERT_TRUE(setup(rigid(random_target(rng, th)), th));
-        Span spans[kMaxSpans];
+        Span spans[kMaxSpans];  // the pieces, on the first 40 targets
         const double base = taldo_ ? js_.lo[6] : -1.0, len = taldo_ ? js_.hi[6] - js_.lo[6] : 2 * kPi;
-        const int n_spans = taldo_ ? ta_.elbow_spans(&js_, base, base + len, spans, kMaxSpans)
-                                   : qa_.feasible_spans(js_, base, spans, kMaxSpans, [](const Candidate &) {});
-        for (int k = 0; k < 4000; ++k) {
+        const int n_spans = n >= 40 ? 0
+                            : taldo_ ? ta_.elbow_spans(&js_, base, base + len, spans, kMaxSpans)
+                                     : qa_.feasible_spans(js_, base, spans, kMaxSpans, [](const Candidate &) {});
+        for (int k = 0; k < (n < 40 ? 4000 : 0); ++k) {
             const double t = base + len * (k + 0.5) / 4000;
-            double raw[kBranches][kJoints];
-            const unsigned got = branches(t, raw);
+            const unsigned on = branches(t, raw);
             for (int b = 0; b < kBranches; ++b) {
                 Candidate c;
-                if (!(got & (1u << b)) || (score(raw[b], th, js_, &c), !c.feasible)) continue;
+                if (!(on & (1u << b)) || (score(raw[b], th, js_, &c), !c.feasible)) continue;
                 bool in = false, edge = false;
                 for (int i = 0; i < n_spans; ++i) {
                     in = in || (t >= spans[i].a && t <= spans[i].b && (spans[i].mask & (1u << b)));
@@ -220,6 +185,13 @@ TEST_P(SevenAxis, AnalyticPiecesHoldEveryFeasibleSolution) {
                 missed += !in && !edge;
             }
         }
+        if (!narrow) random_target(rng, cur);
+        for (int i = 0; i < kJoints && narrow; ++i) cur[i] = th[i] + step(rng);
+        const Solution s = solve(target, cur, narrow);
+        ASSERT_EQ(s.code, kOk) << "sample " << n;
+        EXPECT_LT(ikref::gap(fk(s.th), target), 1e-9);
+        EXPECT_TRUE(inside(s.th));
+        EXPECT_LE(cost(s.th, cur), cost(th, cur) + (narrow ? 1e-12 : 1e-9)) << "sample " << n;
     }
     EXPECT_EQ(missed, 0) << "of " << feasible;
 }
@@ -263,7 +235,7 @@ TEST_P(SevenAxis, DegenerateTargetsGiveSolutionOrCode) {
                 ++solved;
                 // At folds of the parameterisation the rounding of a sine near
                 // one is amplified to ~1e-7.
-                expect_reaches(s.th, target, 1e-6);
+                EXPECT_LT(ikref::gap(fk(s.th), target), 1e-6);
                 EXPECT_TRUE(inside(s.th));
             }
         }
@@ -277,52 +249,34 @@ TEST_P(SevenAxis, DegenerateTargetsGiveSolutionOrCode) {
 // same for the flange pose (identity frames; solve_mode 1 wide, 0 narrow).
 // TOVA_SEVEN_AXIS_ROUNDTRIPS: count (default 200).
 TEST_P(SevenAxis, RoundTripThroughFramesAndIkine) {
-    const float install[3] = {0.3f, -0.2f, 0.5f}, tool[6] = {0.01f, -0.02f, 0.12f, 0.1f, -0.2f, 0.3f},
-                work[6] = {0.1f, 0.2f, -0.05f, 0.0f, 0.1f, -0.3f};
     const char *env = std::getenv("TOVA_SEVEN_AXIS_ROUNDTRIPS");
-    const int count = env ? std::atoi(env) : 200;
     std::mt19937 rng(21);
-    int narrow_failed = 0, wide_failed = 0;
-    double joint = 0, pos = 0, rot = 0;
-    auto narrow = [&](int32_t rc, const float *out, const float *q) {
-        bool ok = rc == 0;
-        for (int i = 0; i < 7; ++i) {
-            ok = ok && std::fabs(out[i] - q[i]) <= 1e-4;
-            joint = std::fmax(joint, std::fabs(out[i] - q[i]));
-        }
-        narrow_failed += !ok;
+    int failed[2] = {};  // narrow: the generating joints q back; wide: pose gap within 1e-5, inside the limits
+    auto check = [&](bool wide, int32_t rc, const float *out, const float *q, double gap = 0.0) {
+        bool ok = rc == 0 && gap <= 1e-5;
+        for (int i = 0; i < 7; ++i) ok = ok && (wide ? out[i] >= m_.lo[i] && out[i] <= m_.hi[i] : std::fabs(out[i] - q[i]) <= 1e-4);
+        failed[wide] += !ok;
     };
-    auto wide = [&](int32_t rc, const float *out, const M4 &A, const M4 &B) {
-        const double dp = ikref::pos_err(A, B), dr = ikref::rot_err(A, B);
-        pos = std::fmax(pos, dp), rot = std::fmax(rot, dr);
-        bool ok = rc == 0 && dp <= 1e-5 && dr <= 1e-5;
-        for (int i = 0; i < 7; ++i) ok = ok && out[i] >= m_.lo[i] && out[i] <= m_.hi[i];
-        wide_failed += !ok;
-    };
-    for (int n = 0; n < count; ++n) {
-        libalgo_set_robot_install_angle(install);  // again after ikine's reset
-        libalgo_set_tool_cs_params(tool);
-        libalgo_set_work_cs_params(work);
-        float q[8] = {}, cur[8] = {}, out[8], flange[16];
+    for (int n = 0, count = env ? std::atoi(env) : 200; n < count; ++n) {
+        ikref::set_frames();  // again after ikine's reset
+        float q[8] = {}, cur[8] = {}, out[8];
         ikref::random_joints(m_, rng, q);
         ikref::random_joints(m_, rng, cur);
         Pose pose, back;
         forward_kinematics(&pose, q);
         ikine_set_7dof_solver_search_strategy(1);
-        narrow(inverse_kinematics(q, &pose, out, 0), out, q);
+        check(false, inverse_kinematics(q, &pose, out, 0), out, q);
         ikine_set_7dof_solver_search_strategy(0);
-        const int32_t rc = inverse_kinematics(cur, &pose, out, 0);
-        forward_kinematics(&back, out);
-        wide(rc, out, ikref::pose_m4(pose), ikref::pose_m4(back));
+        int32_t rc = inverse_kinematics(cur, &pose, out, 0);
+        check(true, rc, out, q, ikref::gap(pose, *forward_kinematics(&back, out)));
         const M4 F = ikref::forward(m_, q);
-        for (int i = 0; i < 16; ++i) flange[i] = static_cast<float>(F[i / 4][i % 4]);
-        wide(ikine(m_.type, GetParam().sensor, 1, m_.hi, m_.lo, flange, cur, out), out, F, ikref::forward(m_, out));
-        narrow(ikine(m_.type, GetParam().sensor, 0, m_.hi, m_.lo, flange, q, out), out, q);
+        const Matrix flange = ikref::to_matrix(F);
+        rc = ikine(m_.type, GetParam().sensor, 1, m_.hi, m_.lo, &flange.data[0][0], cur, out);
+        check(true, rc, out, q, ikref::gap(F, ikref::forward(m_, out)));
+        check(false, ikine(m_.type, GetParam().sensor, 0, m_.hi, m_.lo, &flange.data[0][0], q, out), out, q);
     }
-    std::printf("[ round trips ] %d: wide failed %d (worst %.2e m, %.2e rad), narrow failed %d (worst %.2e rad)\n",
-                count, wide_failed, pos, rot, narrow_failed, joint);
-    EXPECT_EQ(wide_failed, 0);
-    EXPECT_EQ(narrow_failed, 0);
+    EXPECT_EQ(failed[0], 0) << "narrow";
+    EXPECT_EQ(failed[1], 0) << "wide";
 }
 
 TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
@@ -332,9 +286,8 @@ TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
     ikref::random_joints(m_, rng, cur, 0.3);
     const M4 T = ikref::forward(m_, q);
     auto solve_flange = [&](const M4 &target, const float *c, float *o) {
-        mat m{};
-        m.rows = m.cols = 4;
-        for (int i = 0; i < 16; ++i) m.data[i / 4][i % 4] = static_cast<float>(target[i / 4][i % 4]);
+        const Matrix M = ikref::to_matrix(target);
+        const mat m = matrix_to_mat(&M);
         return taldo_ ? inverse_kinematics_taldo(m, c, o) : inverse_kinematics_quell(m, c, o);
     };
     auto expect_held = [&](const M4 &target, int32_t want) {
@@ -342,13 +295,9 @@ TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
         for (int i = 0; i < 7; ++i) EXPECT_EQ(out[i], cur[i]);
     };
     ikine_set_7dof_solver_search_strategy(0);
-    M4 nan_target = T, skewed = T, far = T;
-    nan_target[0][0] = NAN;
-    skewed[0][1] += 0.1;  // not a rotation
-    far[0][3] += 2.0;
-    expect_held(nan_target, IKINE7_INVALID_INPUT);
-    expect_held(skewed, IKINE7_INVALID_INPUT);
-    expect_held(far, IKINE7_OUT_OF_REACH);
+    M4 bad[3] = {T, T, T};  // NaN, not a rotation, out of reach
+    bad[0][0][0] = NAN, bad[1][0][1] += 0.1, bad[2][0][3] += 2.0;
+    for (int k = 0; k < 3; ++k) expect_held(bad[k], k < 2 ? IKINE7_INVALID_INPUT : IKINE7_OUT_OF_REACH);
     const float inf_cur[8] = {cur[0], cur[1], cur[2], INFINITY, cur[4], cur[5], cur[6]};
     EXPECT_EQ(solve_flange(T, inf_cur, out), IKINE7_INVALID_INPUT);
     EXPECT_EQ(solve_flange(T, nullptr, out), IKINE7_INVALID_INPUT);
@@ -359,10 +308,7 @@ TEST_P(SevenAxis, FailuresHoldTheCurrentJoints) {
     const float qn[8] = {cur[0] + 0.05f, cur[1], cur[2], cur[3], cur[4], cur[5], cur[6]};
     expect_held(ikref::forward(m_, qn), IKINE7_SPEED_LIMIT);
     // Limits that exclude every solution: a small box around the current joints.
-    float hi[8] = {}, lo[8] = {};
-    for (int i = 0; i < 7; ++i) hi[i] = cur[i] + 0.01f, lo[i] = cur[i] - 0.01f;
-    libalgo_set_jointlim_max(hi);
-    libalgo_set_jointlim_min(lo);
+    for (int i = 0; i < 7; ++i) ikref::set_limit(i, cur[i] - 0.01f, cur[i] + 0.01f);
     ikine_set_7dof_solver_search_strategy(0);
     expect_held(T, IKINE7_JOINT_LIMIT);
 }
@@ -376,18 +322,16 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
     std::mt19937 rng(31 + GetParam().type * 3 + GetParam().sensor);
     const char *env = std::getenv("TOVA_SEVEN_AXIS_PATHS");
     const float tool[6] = {0.02f, -0.01f, 0.15f, 0.2f, -0.1f, 0.3f}, no_tool[6] = {};
-    const int paths = env ? std::atoi(env) : 4;
-    int completed = 0, steps = 0, stops[4] = {}, unconfirmed = 0, checked = 0, agrees = 0;
-    for (int path = 0; path < paths; ++path) {
+    int completed = 0, checked = 0, agrees = 0;
+    for (int path = 0, paths = env ? std::atoi(env) : 4; path < paths; ++path) {
         const bool circle = path % 2;
         libalgo_set_tool_cs_params(path % 4 >= 2 ? tool : no_tool);
         // along u (line), or a circle in the plane of u and v leaving the start along v
         std::normal_distribution<double> g(0.0, 1.0);
-        double u[3] = {g(rng), g(rng), g(rng)}, v[3] = {g(rng), g(rng), g(rng)};
-        const double nu = std::hypot(u[0], u[1], u[2]), uv = (u[0] * v[0] + u[1] * v[1] + u[2] * v[2]) / nu;
-        for (int i = 0; i < 3; ++i) u[i] /= nu, v[i] -= uv * u[i];
-        const double nv = std::hypot(v[0], v[1], v[2]);
-        for (double &x : v) x /= nv;
+        double u[3] = {g(rng), g(rng), g(rng)}, w[3] = {g(rng), g(rng), g(rng)};
+        double v[3] = {u[1] * w[2] - u[2] * w[1], u[2] * w[0] - u[0] * w[2], u[0] * w[1] - u[1] * w[0]};
+        const double nu = std::hypot(u[0], u[1], u[2]), nv = std::hypot(v[0], v[1], v[2]);
+        for (int i = 0; i < 3; ++i) u[i] /= nu, v[i] /= nv;
         float q[8] = {}, out[8];
         start_joints(rng, circle ? v : u, q);
         Pose p0;
@@ -404,13 +348,11 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
                     *xyz[i] + (circle ? radius * ((std::cos(angle) - 1.0) * u[i] + std::sin(angle) * v[i]) : s * u[i]));
             const int32_t code = inverse_kinematics(q, &pk, out, 0);
             if (code != 0) {
-                const int slot = code == IKINE7_OUT_OF_REACH ? 0 : code == IKINE7_JOINT_LIMIT ? 1 : code == IKINE7_SPEED_LIMIT ? 2 : 3;
-                ++stops[slot];
                 float held[8];  // the current joints as the solver got them (last-joint wrap clamp)
                 tova::ik::prepare_joints(q, m_.type, held);
                 for (int i = 0; i < 7; ++i) EXPECT_EQ(out[i], held[i]);
-                if (slot == 3 || admissible_in_window(pk, q)) {
-                    ++unconfirmed;
+                const bool coded = code == IKINE7_OUT_OF_REACH || code == IKINE7_JOINT_LIMIT || code == IKINE7_SPEED_LIMIT;
+                if (!coded || admissible_in_window(pk, q)) {
                     ::testing::Message msg;  // all digits, to replay the step
                     msg << std::setprecision(9) << "unconfirmed stop, code " << code << " at step " << k << ", q";
                     for (int i = 0; i < 7; ++i) msg << ' ' << q[i];
@@ -421,10 +363,7 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
                 break;
             }
             Pose back;
-            forward_kinematics(&back, out);
-            const M4 A = ikref::pose_m4(back), B = ikref::pose_m4(pk);
-            EXPECT_LT(ikref::pos_err(A, B), 1e-5) << "step " << k;
-            EXPECT_LT(ikref::rot_err(A, B), 1e-5) << "step " << k;
+            EXPECT_LT(ikref::gap(*forward_kinematics(&back, out), pk), 1e-5) << "step " << k;
             EXPECT_EQ(joint_overspeed_judgment(q, out, 1.0f), 0) << "step " << k;
             for (int i = 0; i < 7; ++i) EXPECT_TRUE(out[i] >= m_.lo[i] && out[i] <= m_.hi[i]) << i;
             if (k % 64 == 0) {  // the checker agrees with the solver where it succeeds (sampled)
@@ -434,18 +373,14 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
             std::copy(out, out + 8, q);
         }
         completed += k > n_steps;
-        steps += std::min(k, n_steps);
     }
-    EXPECT_EQ(unconfirmed, 0);
     EXPECT_GE(agrees, checked * 99 / 100);
-    std::printf("[ paths ] %d paths, %d completed, %d steps; stops: reach %d, limit %d, speed %d, other %d; "
-                "unconfirmed %d; checker agrees on %d of %d sampled successes\n",
-                paths, completed, steps, stops[0], stops[1], stops[2], stops[3], unconfirmed, agrees, checked);
+    std::printf("[ paths ] %d completed; checker agrees on %d of %d sampled successes\n", completed, agrees, checked);
 }
 
-INSTANTIATE_TEST_SUITE_P(Models, SevenAxis, ::testing::Values(ModelId{1, 0}, ModelId{1, 1}, ModelId{1, 2}, ModelId{7, 0}),
-                         [](const ::testing::TestParamInfo<ModelId> &i) {
-                             return std::string(i.param.type == 7 ? "taldo" : "quell") + std::to_string(i.param.sensor);
-                         });
+INSTANTIATE_TEST_SUITE_P(Models, SevenAxis,
+                         ::testing::Values(ref::ModelCase{ROBOT_QUELL, 0, false, "quell0"}, ref::ModelCase{ROBOT_QUELL, 1, false, "quell1"},
+                                           ref::ModelCase{ROBOT_QUELL, 2, false, "quell2"}, ref::ModelCase{ROBOT_TALDO, 0, true, "taldo0"}),
+                         [](const ::testing::TestParamInfo<ref::ModelCase> &i) { return i.param.name; });
 
 }  // namespace
