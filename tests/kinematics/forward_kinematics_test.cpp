@@ -8,6 +8,7 @@
 
 namespace {
 
+using ref::frame_of;
 using ref::max_abs_diff;
 using ref::same_bits;
 
@@ -39,8 +40,6 @@ Matrix fk_e(const std::vector<float> &q) {
     return m;
 }
 
-Matrix chain(const std::vector<float> &q) { return kin_universal_kinematics_Tn(q.data(), "machine", "T0n"); }
-
 class EveryModel : public ::testing::TestWithParam<ref::ModelCase> {
   protected:
     void SetUp() override { ASSERT_EQ(libalgo_set_robot_and_sensor_type(GetParam().type, GetParam().sensor), 0); }
@@ -49,7 +48,9 @@ class EveryModel : public ::testing::TestWithParam<ref::ModelCase> {
 
 // The closed form against the universal chain, its rotation and position
 // twins against it, and every entry point against double products of the
-// frames (work W, install I, flange F, tool T), composed in that order.
+// frames (work W, install I, flange F, tool T), composed in that order. The
+// chain's frame selectors are the library's own products of the same frames;
+// any other selector text gives W I whatever q.
 TEST_P(EveryModel, ClosedFormChainAndFrames) {
     const Family fam = family_of(GetParam().type);
     ref::random_frames(rng);
@@ -57,11 +58,12 @@ TEST_P(EveryModel, ClosedFormChainAndFrames) {
     libalgo_get_tool_cs_matrix(&Tm);
     libalgo_get_work_cs_to_base_matrix(&Wm);
     libalgo_get_robot_install_angle_matrix(&Im);
+    const Matrix WI = matrix_m(&Wm, &Im);
     double worst = 0.0;
     for (int n = 0; n < 2000; ++n) {
         const auto q = ref::random_q(rng);
-        const Matrix F = fk_e(q);
-        worst = std::fmax(worst, max_abs_diff(F, chain(q)));
+        const Matrix F = fk_e(q), A = frame_of(q, "T0n");
+        worst = std::fmax(worst, max_abs_diff(F, A));
         Matrix T, R, m;
         float p[3], pc[3];
         fam.transform(&T, q.data());
@@ -100,6 +102,13 @@ TEST_P(EveryModel, ClosedFormChainAndFrames) {
         }
         EXPECT_LE(max_abs_diff(quat_to_matrix(pose.quaternion), WIFT, 3, 3), 2e-5);
         EXPECT_LE(max_abs_diff(euler_to_matrix(pose.euler), WIFT, 3, 3), 2e-5);
+
+        const Matrix At = matrix_m(&A, &Tm), IA = matrix_m(&Im, &A), IAt = matrix_m(&Im, &At);
+        const std::pair<const char *, Matrix> selectors[] = {
+            {"T0t", At}, {"Tbn", IA}, {"Tbt", IAt}, {"Twn", matrix_m(&Wm, &IA)}, {"Twt", matrix_m(&Wm, &IAt)}};
+        for (const auto &[sel, expected] : selectors) EXPECT_TRUE(same_bits(frame_of(q, sel), expected)) << sel;
+        for (const char *other : {"", "T0N", "t0n", "T0n ", "T07"})
+            EXPECT_TRUE(same_bits(frame_of(q, other), WI)) << other;
     }
     EXPECT_LE(worst, 2e-5);
 }
@@ -126,7 +135,7 @@ TEST_P(EveryModel, ReadsExactlyItsListedEntries) {
         libalgo_set_dh_params(&unlisted);
         EXPECT_TRUE(same_bits(fk_e(q), before));
         libalgo_set_dh_params(&listed);
-        EXPECT_LE(max_abs_diff(fk_e(q), chain(q)), 2e-5);
+        EXPECT_LE(max_abs_diff(fk_e(q), frame_of(q, "T0n")), 2e-5);
         EXPECT_GT(max_abs_diff(fk_e(q), before), 1e-4);
     }
 }

@@ -77,13 +77,4 @@ TEST_P(JacobianTest, ColumnsMatchFiniteDifferencesInEveryFrame) {
 INSTANTIATE_TEST_SUITE_P(AllModels, JacobianTest, ::testing::ValuesIn(ref::all_models()),
                          [](const auto &info) { return info.param.name; });
 
-TEST(JacobianExact, NoJointsGivesAnEmptySixRowRecord) {
-    ASSERT_EQ(libalgo_set_robot_and_sensor_type(2, 0), -1);  // refused: no joints
-    const float q[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    const MatrixMore empty{6, 0, {}};
-    EXPECT_TRUE(ref::same_bits(kin_calc_jacobe_Jn(q, "machine"), empty));
-    EXPECT_TRUE(ref::same_bits(kin_calc_jacobe_Jt(q, "machine"), empty));
-    EXPECT_TRUE(ref::same_bits(kin_calc_jacobe_J0(q, "machine"), empty));
-}
-
 }  // namespace

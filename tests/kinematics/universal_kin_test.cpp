@@ -7,6 +7,7 @@
 
 namespace {
 
+using ref::frame_of;
 using ref::max_abs_diff;
 using ref::same_bits;
 
@@ -72,18 +73,11 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
     }
 }
 
-Matrix frame_of(const std::vector<float> &q, const char *frame, const char *mode = "machine") {
-    return kin_universal_kinematics_Tn(q.data(), mode, frame);
-}
-
 // Modified DH for six joints or the taldo, standard otherwise: the chain of
-// every model (the generic arm with a random table) against the reference.
-// Only the exact text "modeling" takes model angles (offsets not added).
+// every model (the generic arm with a random table) against the reference,
+// which takes its convention from the model. Only the exact text "modeling"
+// takes model angles (offsets not added).
 TEST(UniversalChain, ConventionRuleAndModelingMode) {
-    EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_QUELL, 6));
-    EXPECT_TRUE(tova::universal_uses_modified_dh(ROBOT_TALDO, 7));
-    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_QUELL, 7));
-    EXPECT_FALSE(tova::universal_uses_modified_dh(ROBOT_VESK, 5));
     std::mt19937 rng(4);
     for (const auto &m : ref::all_models()) {
         ref::select(m, rng);
@@ -101,51 +95,33 @@ TEST(UniversalChain, ConventionRuleAndModelingMode) {
     }
 }
 
-TEST(UniversalChain, SelectorsComposeFramesInOrder) {
-    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_TALDO, 0), 0);
-    std::mt19937 rng(6);
-    ref::random_frames(rng);
-    Matrix tool, work, inst;
-    libalgo_get_tool_cs_matrix(&tool);
-    libalgo_get_work_cs_to_base_matrix(&work);
-    libalgo_get_robot_install_angle_matrix(&inst);
-    const Matrix WI = matrix_m(&work, &inst);
-    for (int n = 0; n < 100; ++n) {
-        const auto q = ref::random_q(rng);
-        const Matrix A = frame_of(q, "T0n");
-        const Matrix At = matrix_m(&A, &tool), IA = matrix_m(&inst, &A), IAt = matrix_m(&inst, &At);
-        EXPECT_TRUE(same_bits(frame_of(q, "T0t"), At));
-        EXPECT_TRUE(same_bits(frame_of(q, "Tbn"), IA));
-        EXPECT_TRUE(same_bits(frame_of(q, "Tbt"), IAt));
-        EXPECT_TRUE(same_bits(frame_of(q, "Twn"), matrix_m(&work, &IA)));
-        EXPECT_TRUE(same_bits(frame_of(q, "Twt"), matrix_m(&work, &IAt)));
-        for (const char *other : {"", "T0N", "t0n", "T0n ", "T07"})  // Work * Inst, whatever q
-            EXPECT_TRUE(same_bits(frame_of(q, other), WI)) << other;
-    }
-}
-
+// Every selector refreshes the statics T02, T05, T06 from the chain. A refused
+// selection leaves no joints: the identity chain, empty six-row Jacobians, and
+// the statics as the last chain set them.
 TEST(UniversalChain, StaticsRefreshOnlyAsFarAsTheChainReaches) {
     std::mt19937 rng(8);
+    const char *selector[3] = {"T02", "T05", "T06"};
+    auto statics = [] {
+        return std::array<Matrix, 3>{tova::universal_T02(), tova::universal_T05(), tova::universal_T06()};
+    };
     for (const auto &m : {ref::all_models()[1], ref::all_models()[0]}) {  // quell, then vesk
         ref::select(m, rng);
         const ref::Arm arm = ref::current_arm(m.modified);
         const auto q = ref::random_q(rng);
         frame_of(q, "Twt");  // any selector refreshes them
-        const Matrix statics[3] = {tova::universal_T02(), tova::universal_T05(), tova::universal_T06()};
-        const char *selector[3] = {"T02", "T05", "T06"};
+        const auto refreshed = statics();
         for (int k = 0; k < 3; ++k) {
-            EXPECT_TRUE(same_bits(frame_of(q, selector[k]), statics[k])) << m.name << " " << selector[k];
-            EXPECT_LE(max_abs_diff(statics[k], ref::chain(arm, q.data(), k == 0 ? 2 : 4 + k)), 2e-5) << m.name;
+            EXPECT_TRUE(same_bits(frame_of(q, selector[k]), refreshed[k])) << m.name << " " << selector[k];
+            EXPECT_LE(max_abs_diff(refreshed[k], ref::chain(arm, q.data(), k == 0 ? 2 : 4 + k)), 2e-5) << m.name;
         }
     }
-    const Matrix t02 = tova::universal_T02(), t05 = tova::universal_T05(), t06 = tova::universal_T06();
-    // A refused selection leaves no joints: identity chain, statics untouched.
+    const auto last = statics();
     ASSERT_EQ(libalgo_set_robot_and_sensor_type(2, 0), -1);
     const std::vector<float> q(8, 0.3f);
     EXPECT_TRUE(same_bits(frame_of(q, "T0n"), unit_matrix(4)));
-    EXPECT_TRUE(same_bits(frame_of(q, "T02"), t02));
-    EXPECT_TRUE(same_bits(frame_of(q, "T05"), t05));
-    EXPECT_TRUE(same_bits(frame_of(q, "T06"), t06));
+    for (int k = 0; k < 3; ++k) EXPECT_TRUE(same_bits(frame_of(q, selector[k]), last[k])) << selector[k];
+    for (auto jacobian : {kin_calc_jacobe_Jn, kin_calc_jacobe_Jt, kin_calc_jacobe_J0})
+        EXPECT_TRUE(same_bits(jacobian(q.data(), "machine"), MatrixMore{6, 0, {}}));
 }
 
 }  // namespace

@@ -94,6 +94,15 @@ inline std::array<double, 6> into_frame(const M4 &R, const std::array<double, 6>
     return o;
 }
 
+// Rz(rz) Ry(ry) Rx(rx) as a transform without translation.
+inline M4 rpy(double rx, double ry, double rz) {
+    const double cx = std::cos(rx), sx = std::sin(rx), cy = std::cos(ry), sy = std::sin(ry);
+    const M4 X{{{1, 0, 0, 0}, {0, cx, -sx, 0}, {0, sx, cx, 0}, {0, 0, 0, 1}}};
+    const M4 Y{{{cy, 0, sy, 0}, {0, 1, 0, 0}, {-sy, 0, cy, 0}, {0, 0, 0, 1}}};
+    const M4 Z{{{std::cos(rz), -std::sin(rz), 0, 0}, {std::sin(rz), std::cos(rz), 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+    return mul(Z, mul(Y, X));
+}
+
 // Largest element difference over the leading rows x cols block.
 inline double max_abs_diff(const Matrix &a, const M4 &b, int rows = 4, int cols = 4) {
     double m = 0.0;
@@ -161,6 +170,11 @@ inline std::vector<float> random_q(std::mt19937 &rng, float margin = 0.0f) {
     for (int i = 0; i < libalgo_get_rbt_dof(); ++i)
         q[i] = std::uniform_real_distribution<float>(lo[i] + margin, hi[i] - margin)(rng);
     return q;
+}
+
+// The library's universal chain: `frame` of the joint vector q, read in `mode`.
+inline Matrix frame_of(const std::vector<float> &q, const char *frame, const char *mode = "machine") {
+    return kin_universal_kinematics_Tn(q.data(), mode, frame);
 }
 
 // Random tool and work frames (offsets within `reach` m) and install angles.
