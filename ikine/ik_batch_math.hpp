@@ -149,6 +149,21 @@ TOVA_IK_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
     return _mm256_blendv_ps(ypos, yneg, y);               // sign of y selects
 }
 
+// atan2f8 with its odd lanes recomputed by the library: atan2f of every lane.
+TOVA_IK_AVX2 inline __m256 atan2f8_exact(__m256 y, __m256 x) {
+    __m256i redo;
+    const __m256 r = atan2f8(y, x, redo);
+    const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo));
+    if (mask == 0) return r;
+    alignas(32) float rb[8], yb[8], xb[8];
+    _mm256_store_ps(rb, r);
+    _mm256_store_ps(yb, y);
+    _mm256_store_ps(xb, x);
+    for (int i = 0; i < 8; ++i)
+        if (mask & (1 << i)) rb[i] = std::atan2(yb[i], xb[i]);
+    return _mm256_load_ps(rb);
+}
+
 TOVA_IK_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out, int n) {
     for (int base = 0; base < n; base += 8) {
         const int m = n - base < 8 ? n - base : 8;
@@ -156,12 +171,7 @@ TOVA_IK_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out,
         alignas(32) float rb[8];
         std::memcpy(yb, y + base, sizeof(float) * m);
         std::memcpy(xb, x + base, sizeof(float) * m);
-        __m256i redo;
-        _mm256_store_ps(rb, atan2f8(_mm256_load_ps(yb), _mm256_load_ps(xb), redo));
-        const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo));
-        if (mask != 0)
-            for (int i = 0; i < m; ++i)
-                if (mask & (1 << i)) rb[i] = std::atan2(yb[i], xb[i]);
+        _mm256_store_ps(rb, atan2f8_exact(_mm256_load_ps(yb), _mm256_load_ps(xb)));
         std::memcpy(out + base, rb, sizeof(float) * m);
     }
 }
@@ -216,23 +226,31 @@ TOVA_IK_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128
     c_out = _mm_blendv_ps(cv, _mm_set1_ps(1.0f), _mm_castsi128_ps(tiny));
 }
 
+// sincosf4 with its odd lanes recomputed by the library.
+TOVA_IK_AVX2 inline void sincosf4_exact(__m128 x, __m128 &s, __m128 &c) {
+    __m128i redo;
+    sincosf4(x, s, c, redo);
+    const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo));
+    if (mask == 0) return;
+    alignas(16) float xb[4], sb[4], cb[4];
+    _mm_store_ps(xb, x);
+    _mm_store_ps(sb, s);
+    _mm_store_ps(cb, c);
+    for (int i = 0; i < 4; ++i)
+        if (mask & (1 << i)) sb[i] = std::sin(xb[i]), cb[i] = std::cos(xb[i]);
+    s = _mm_load_ps(sb);
+    c = _mm_load_ps(cb);
+}
+
 TOVA_IK_AVX2 inline void simd_sincosf(const float *x, float *s, float *c, int n) {
     for (int base = 0; base < n; base += 4) {
         const int m = n - base < 4 ? n - base : 4;
         alignas(16) float xb[4] = {0, 0, 0, 0}, sb[4], cb[4];
         std::memcpy(xb, x + base, sizeof(float) * m);
         __m128 sv, cv;
-        __m128i redo;
-        sincosf4(_mm_load_ps(xb), sv, cv, redo);
+        sincosf4_exact(_mm_load_ps(xb), sv, cv);
         _mm_store_ps(sb, sv);
         _mm_store_ps(cb, cv);
-        const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo));
-        if (mask != 0)
-            for (int i = 0; i < m; ++i)
-                if (mask & (1 << i)) {
-                    sb[i] = std::sin(xb[i]);
-                    cb[i] = std::cos(xb[i]);
-                }
         std::memcpy(s + base, sb, sizeof(float) * m);
         std::memcpy(c + base, cb, sizeof(float) * m);
     }

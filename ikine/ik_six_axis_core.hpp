@@ -259,18 +259,7 @@ TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
 #endif
 namespace avx2 {
 TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
-    const __m256 y = _mm256_set_m128(y1, y0), x = _mm256_set_m128(x1, x0);
-    __m256i redo;
-    __m256 r = batch_detail::atan2f8(y, x, redo);
-    if (const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo))) {
-        alignas(32) float rb[8], yb[8], xb[8];
-        _mm256_store_ps(rb, r);
-        _mm256_store_ps(yb, y);
-        _mm256_store_ps(xb, x);
-        for (int i = 0; i < 8; ++i)
-            if (mask & (1 << i)) rb[i] = std::atan2(yb[i], xb[i]);
-        r = _mm256_load_ps(rb);
-    }
+    const __m256 r = batch_detail::atan2f8_exact(_mm256_set_m128(y1, y0), _mm256_set_m128(x1, x0));
     r0 = _mm256_castps256_ps128(r);
     r1 = _mm256_extractf128_ps(r, 1);
 }
@@ -281,13 +270,9 @@ TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
 }
 TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
     __m128 sv, cv;
-    __m128i redo;
-    batch_detail::sincosf4(x, sv, cv, redo);
+    batch_detail::sincosf4_exact(x, sv, cv);
     s = sv;
     c = cv;
-    if (const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo)))
-        for (int i = 0; i < 4; ++i)
-            if (mask & (1 << i)) s[i] = std::sin(x[i]), c[i] = std::cos(x[i]);
 }
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace avx2
