@@ -15,10 +15,8 @@
 # Not left out but worth knowing: the allocation counters of the no-heap tests
 # cannot see valgrind's allocator, so those tests still make every call under
 # memcheck but skip the count; they assert it in the plain ctest run.
-# Options: --show-mismatched-frees=no because some test executables replace
-# operator new/delete to count allocations and valgrind pairs its own new with
-# their inlined free(); scripts/valgrind.supp hides GoogleTest printing the
-# padding bytes of test parameters.
+# Options: scripts/valgrind.supp hides GoogleTest printing the padding bytes of
+# test parameters.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build/release}
@@ -55,7 +53,7 @@ run_one() {
   local args=()
   [ -n "${filter[$name]:-}" ] && args+=("--gtest_filter=${filter[$name]}")
   local start=$SECONDS
-  if env $env valgrind --error-exitcode=1 --leak-check=full --show-mismatched-frees=no \
+  if env $env valgrind --error-exitcode=1 --leak-check=full \
        --suppressions=scripts/valgrind.supp --log-file="$logs/$name.vg" \
        "$exe" "${args[@]}" >"$logs/$name.log" 2>&1; then
     echo "ok    $name ($((SECONDS - start)) s)"
