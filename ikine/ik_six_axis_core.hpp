@@ -26,7 +26,7 @@
 #include <type_traits>
 
 #include "config/libalgo_interface.h"
-#include "ikine/ik_batch_math.hpp"
+#include "math/batch_trig.hpp"
 #include "ikine/ik_lanes.hpp"
 #include "kinematics/frame_product.hpp"
 #include "math/fixed_matrix.hpp"
@@ -249,7 +249,7 @@ TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace portable
 
-#if TOVA_IK_X86_KERNELS
+#if TOVA_BATCH_X86_KERNELS
 // The same body compiled for AVX2 and FMA, with the vector kernels inlined.
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
@@ -287,7 +287,7 @@ TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
 template <class Observer = NoObserver>
 int32_t solve_vesk_scheme(SixAxisState &s, VeskArm arm_kind, float j6_lower, float j6_upper,
                           uint32_t avoid, const float *q, float *q_out, Observer &&obs = Observer{}) {
-#if TOVA_IK_X86_KERNELS
+#if TOVA_BATCH_X86_KERNELS
     if (batch_kernels_active()) return avx2::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
 #endif
     return portable::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);

@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "math/batch_trig.hpp"
 #include "math/fixed_matrix.hpp"
 #include "math/tova_mathfuncs.h"
 
@@ -57,22 +58,21 @@ inline void put_quat_rotation(Matrix& r, const Quaternion& q) {
 
 // Euler angles of the rotation block of R. In gimbal lock the whole rotation
 // about the vertical axis goes into rx and rz is 0; angles below -3.13 are
-// wrapped up by one turn.
+// wrapped up by one turn. The three arc tangents are taken together
+// (batch_trig.hpp: the C library's atan2f, bit for bit, without its
+// data-dependent branches).
 inline Euler euler_from_rotation(const Matrix& R) {
     const auto& m = R.data;
-    const float ry = std::atan2(-m[2][0], std::sqrt(m[0][0] * m[0][0] + m[1][0] * m[1][0]));
-    float rx, rz;
-    if (m[2][0] > kGimbalBound) {
-        rz = 0.0f;
-        rx = -std::atan2(m[0][1], m[1][1]);
-    } else if (m[2][0] < -kGimbalBound) {
-        rz = 0.0f;
-        rx = std::atan2(m[0][1], m[1][1]);
-    } else {
-        rx = std::atan2(m[2][1], m[2][2]);
-        rz = std::atan2(m[1][0], m[0][0]);
-    }
-    return Euler{wrap_angle(rx), wrap_angle(ry), wrap_angle(rz)};
+    const bool up = m[2][0] > kGimbalBound, down = m[2][0] < -kGimbalBound, locked = up || down;
+    // rx, ry, rz = atan2(y[i], x[i]); rz's pair is a placeholder in gimbal lock
+    const float y[3] = {locked ? m[0][1] : m[2][1], -m[2][0], locked ? 0.0f : m[1][0]};
+    const float x[3] = {locked ? m[1][1] : m[2][2], std::sqrt(m[0][0] * m[0][0] + m[1][0] * m[1][0]),
+                        locked ? 1.0f : m[0][0]};
+    float a[3];
+    batch_atan2f3(y, x, a);
+    const float rx = up ? -a[0] : a[0];
+    const float rz = locked ? 0.0f : a[2];
+    return Euler{wrap_angle(rx), wrap_angle(a[1]), wrap_angle(rz)};
 }
 
 // Quaternion of the rotation block of R, branching on the trace and then on

@@ -1,11 +1,14 @@
-// Batched f32 arc tangents, sines and cosines for the six-axis solvers, with
-// results bit-identical to the C library's atan2f, sinf and cosf.
+// Batched f32 arc tangents, sines and cosines, with results bit-identical to
+// the C library's atan2f, sinf and cosf.
 //
-// Why: one vesk solve needs about forty atan2f and twenty sinf/cosf pairs,
-// about as costly as the rest of a solve even when evaluated together. The
-// solver asks for them four arm candidates at a time (two such groups per
-// atan2f call), and on x86-64 with AVX2 and FMA a call is evaluated eight
-// (atan2f) or four (sincosf) lanes per instruction.
+// Why: one vesk inverse-kinematics solve needs about forty atan2f and twenty
+// sinf/cosf pairs, about as costly as the rest of a solve even when evaluated
+// together, and the library's scalar atan2f branches on its argument, which a
+// stream of unrelated poses mispredicts. The six-axis solver asks for them
+// four arm candidates at a time (two such groups per atan2f call), the Euler
+// extraction of a rotation three angles at a time; on x86-64 with AVX2 and
+// FMA a call is evaluated eight (atan2f) or four (sincosf) lanes per
+// instruction.
 //
 // How the results stay identical to the library:
 //  * atan2f follows the classic single-precision argument reduction (five
@@ -20,21 +23,21 @@
 //  * At first use the kernels are compared with the library on a fixed set of
 //    arguments; on any difference (another C library, another variant), or on
 //    a CPU without AVX2/FMA, every call goes to the library directly.
-//  * tests/ikine/ik_batch_math_test.cpp compares millions of arguments; its
+//  * tests/math/batch_trig_test.cpp compares millions of arguments; its
 //    exhaustive mode (TOVA_EXHAUSTIVE=1) covers every float of |x| < 120.
-#ifndef TOVA_IKINE_IK_BATCH_MATH_HPP
-#define TOVA_IKINE_IK_BATCH_MATH_HPP
+#ifndef TOVA_MATH_BATCH_TRIG_HPP
+#define TOVA_MATH_BATCH_TRIG_HPP
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
-#define TOVA_IK_X86_KERNELS 1
+#define TOVA_BATCH_X86_KERNELS 1
 #include <immintrin.h>
 #endif
 
-namespace tova::ik {
+namespace tova {
 
 namespace batch_detail {
 
@@ -48,28 +51,28 @@ inline void scalar_sincosf(const float *x, float *s, float *c, int n) {
     }
 }
 
-#if TOVA_IK_X86_KERNELS
-#define TOVA_IK_AVX2 __attribute__((target("avx2,fma")))
+#if TOVA_BATCH_X86_KERNELS
+#define TOVA_BATCH_AVX2 __attribute__((target("avx2,fma")))
 
 // ---- atan2f, eight lanes ----
 
-TOVA_IK_AVX2 inline __m256 splat_ps(float v) { return _mm256_set1_ps(v); }
-TOVA_IK_AVX2 inline __m256i splat_epi(int32_t v) { return _mm256_set1_epi32(v); }
+TOVA_BATCH_AVX2 inline __m256 splat_ps(float v) { return _mm256_set1_ps(v); }
+TOVA_BATCH_AVX2 inline __m256i splat_epi(int32_t v) { return _mm256_set1_epi32(v); }
 
 // Per-lane constant of the atan2f reduction: `interval` is 0 for t < 7/16
 // and 1 + the interval number (0..3) otherwise.
-TOVA_IK_AVX2 inline __m256 pick_interval(__m256i interval, float v_small, float v0, float v1, float v2,
+TOVA_BATCH_AVX2 inline __m256 pick_interval(__m256i interval, float v_small, float v0, float v1, float v2,
                                          float v3) {
     return _mm256_permutevar8x32_ps(_mm256_setr_ps(v_small, v0, v1, v2, v3, 0.0f, 0.0f, 0.0f), interval);
 }
 // c + w * acc, rounded twice (never fused).
-TOVA_IK_AVX2 inline __m256 mla(__m256 c, __m256 w, __m256 acc) {
+TOVA_BATCH_AVX2 inline __m256 mla(__m256 c, __m256 w, __m256 acc) {
     return _mm256_add_ps(c, _mm256_mul_ps(w, acc));
 }
 
 // Returns atan2f of eight lanes; `redo` gets all-ones in lanes that must be
 // recomputed by the library.
-TOVA_IK_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
+TOVA_BATCH_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
     const __m256i hx = _mm256_castps_si256(x), hy = _mm256_castps_si256(y);
     const __m256i abs_mask = splat_epi(0x7fffffff);
     const __m256i ix = _mm256_and_si256(hx, abs_mask), iy = _mm256_and_si256(hy, abs_mask);
@@ -150,7 +153,7 @@ TOVA_IK_AVX2 inline __m256 atan2f8(__m256 y, __m256 x, __m256i &redo) {
 }
 
 // atan2f8 with its odd lanes recomputed by the library: atan2f of every lane.
-TOVA_IK_AVX2 inline __m256 atan2f8_exact(__m256 y, __m256 x) {
+TOVA_BATCH_AVX2 inline __m256 atan2f8_exact(__m256 y, __m256 x) {
     __m256i redo;
     const __m256 r = atan2f8(y, x, redo);
     const int mask = _mm256_movemask_ps(_mm256_castsi256_ps(redo));
@@ -164,7 +167,7 @@ TOVA_IK_AVX2 inline __m256 atan2f8_exact(__m256 y, __m256 x) {
     return _mm256_load_ps(rb);
 }
 
-TOVA_IK_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out, int n) {
+TOVA_BATCH_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out, int n) {
     for (int base = 0; base < n; base += 8) {
         const int m = n - base < 8 ? n - base : 8;
         alignas(32) float yb[8] = {1, 1, 1, 1, 1, 1, 1, 1}, xb[8] = {1, 1, 1, 1, 1, 1, 1, 1};
@@ -176,10 +179,18 @@ TOVA_IK_AVX2 inline void simd_atan2f(const float *y, const float *x, float *out,
     }
 }
 
+// Three pairs (an Euler extraction) without the staging of simd_atan2f.
+TOVA_BATCH_AVX2 inline void simd_atan2f3(const float *y, const float *x, float *out) {
+    alignas(32) float rb[8];
+    _mm256_store_ps(rb, atan2f8_exact(_mm256_setr_ps(y[0], y[1], y[2], 1, 1, 1, 1, 1),
+                                      _mm256_setr_ps(x[0], x[1], x[2], 1, 1, 1, 1, 1)));
+    std::memcpy(out, rb, 3 * sizeof(float));
+}
+
 // ---- sincosf, four lanes ----
 
 // Sine and cosine of four floats; `redo` gets all-ones in lanes for the library.
-TOVA_IK_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128i &redo) {
+TOVA_BATCH_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128i &redo) {
     const __m128i top12 = _mm_and_si128(_mm_srli_epi32(_mm_castps_si128(y), 20), _mm_set1_epi32(0x7ff));
     redo = _mm_cmpgt_epi32(top12, _mm_set1_epi32(0x42e));  // |y| >= 120, inf, NaN
     const __m128i tiny = _mm_cmpgt_epi32(_mm_set1_epi32(0x398), top12);  // |y| < 2^-12
@@ -227,7 +238,7 @@ TOVA_IK_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128
 }
 
 // sincosf4 with its odd lanes recomputed by the library.
-TOVA_IK_AVX2 inline void sincosf4_exact(__m128 x, __m128 &s, __m128 &c) {
+TOVA_BATCH_AVX2 inline void sincosf4_exact(__m128 x, __m128 &s, __m128 &c) {
     __m128i redo;
     sincosf4(x, s, c, redo);
     const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo));
@@ -242,7 +253,7 @@ TOVA_IK_AVX2 inline void sincosf4_exact(__m128 x, __m128 &s, __m128 &c) {
     c = _mm_load_ps(cb);
 }
 
-TOVA_IK_AVX2 inline void simd_sincosf(const float *x, float *s, float *c, int n) {
+TOVA_BATCH_AVX2 inline void simd_sincosf(const float *x, float *s, float *c, int n) {
     for (int base = 0; base < n; base += 4) {
         const int m = n - base < 4 ? n - base : 4;
         alignas(16) float xb[4] = {0, 0, 0, 0}, sb[4], cb[4];
@@ -293,7 +304,7 @@ inline bool use_kernels() {
     static const bool ok = kernels_match_library();
     return ok;
 }
-#undef TOVA_IK_AVX2
+#undef TOVA_BATCH_AVX2
 #else
 inline bool use_kernels() { return false; }
 #endif
@@ -305,20 +316,28 @@ inline bool batch_kernels_active() { return batch_detail::use_kernels(); }
 
 // out[i] = atan2f(y[i], x[i]) for i < n, bit for bit.
 inline void batch_atan2f(const float *y, const float *x, float *out, int n) {
-#if TOVA_IK_X86_KERNELS
+#if TOVA_BATCH_X86_KERNELS
     if (batch_detail::use_kernels()) return batch_detail::simd_atan2f(y, x, out, n);
 #endif
     batch_detail::scalar_atan2f(y, x, out, n);
 }
 
+// The same for exactly three pairs.
+inline void batch_atan2f3(const float y[3], const float x[3], float out[3]) {
+#if TOVA_BATCH_X86_KERNELS
+    if (batch_detail::use_kernels()) return batch_detail::simd_atan2f3(y, x, out);
+#endif
+    batch_detail::scalar_atan2f(y, x, out, 3);
+}
+
 // s[i] = sinf(x[i]), c[i] = cosf(x[i]) for i < n, bit for bit.
 inline void batch_sincosf(const float *x, float *s, float *c, int n) {
-#if TOVA_IK_X86_KERNELS
+#if TOVA_BATCH_X86_KERNELS
     if (batch_detail::use_kernels()) return batch_detail::simd_sincosf(x, s, c, n);
 #endif
     batch_detail::scalar_sincosf(x, s, c, n);
 }
 
-}  // namespace tova::ik
+}  // namespace tova
 
-#endif  // TOVA_IKINE_IK_BATCH_MATH_HPP
+#endif  // TOVA_MATH_BATCH_TRIG_HPP

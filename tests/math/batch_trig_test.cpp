@@ -1,4 +1,4 @@
-// The batched atan2f / sinf / cosf of the six-axis solvers against the C
+// The batched atan2f / sinf / cosf against the C
 // library, bit for bit: millions of random arguments over the ranges the
 // solvers meet, the special values, and (TOVA_EXHAUSTIVE=1) every float of
 // |x| < 120 for sine and cosine.
@@ -11,7 +11,7 @@
 #include <limits>
 #include <random>
 
-#include "ikine/ik_batch_math.hpp"
+#include "math/batch_trig.hpp"
 
 namespace {
 
@@ -19,16 +19,16 @@ bool same(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 const float kInf = std::numeric_limits<float>::infinity();
 
-TEST(IkBatchMath, Atan2MatchesTheLibrary) {
-#if TOVA_IK_X86_KERNELS && defined(__GLIBC__)
+TEST(BatchTrig, Atan2MatchesTheLibrary) {
+#if TOVA_BATCH_X86_KERNELS && defined(__GLIBC__)
     // The kernels reproduce glibc; one that fails the start-up comparison
     // falls back to library calls, which only a benchmark would notice.
-    EXPECT_TRUE(tova::ik::batch_kernels_active() || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma"));
+    EXPECT_TRUE(tova::batch_kernels_active() || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma"));
 #endif
     long bad = 0;
     float y[16], x[16], r[16];
     auto check = [&](int n) {
-        tova::ik::batch_atan2f(y, x, r, n);
+        tova::batch_atan2f(y, x, r, n);
         for (int i = 0; i < n; ++i) {
             const float want = std::atan2(y[i], x[i]);
             bad += !same(r[i], want) && !(std::isnan(r[i]) && std::isnan(want));  // any NaN for a NaN
@@ -51,12 +51,12 @@ TEST(IkBatchMath, Atan2MatchesTheLibrary) {
     EXPECT_EQ(bad, 0);
 }
 
-TEST(IkBatchMath, SinCosMatchTheLibrary) {
+TEST(BatchTrig, SinCosMatchTheLibrary) {
     long bad = 0, count = 0;
     float x[16];
     auto check = [&](int n) {
         float s[16], c[16];
-        tova::ik::batch_sincosf(x, s, c, n);
+        tova::batch_sincosf(x, s, c, n);
         for (int i = 0; i < n; ++i, ++count) bad += !same(s[i], std::sin(x[i])) + !same(c[i], std::cos(x[i]));
     };
     if (std::getenv("TOVA_EXHAUSTIVE")) {
