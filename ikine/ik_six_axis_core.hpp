@@ -85,6 +85,8 @@ struct SixAxisState {
     float joint_max_limit[8], joint_min_limit[8];  // modeling limits
     float joint_limit_vel[8], joint_limit_acc[8];
     float inv_angle[8];  // best solution in solver space; survives resets
+    // Inverses of the work, tool and shoulder frames, kept between calls.
+    InverseMemo work_inverse, tool_inverse, shoulder_inverse;
 };
 
 // Clears every per-call working value (inv_angle, frames and snapshots stay).
@@ -125,8 +127,7 @@ inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
     Pose p = pose;
     if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
     const Matrix target = transform_from_pose_quat(p);
-    const Matrix work_inverse = inv_transform(s.Twork2base);
-    store_transform(mul(load_transform(work_inverse), load_transform(target)), s.T_BT);
+    store_transform(mul(s.work_inverse.of(s.Twork2base), load_transform(target)), s.T_BT);
 }
 
 // Per-call snapshot of the configuration the solvers read.

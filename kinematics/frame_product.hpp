@@ -18,6 +18,7 @@
 
 #include <cstring>
 
+#include "math/fixed_matrix.hpp"
 #include "math/tova_mathfuncs.h"
 
 namespace tova {
@@ -85,5 +86,26 @@ inline Matrix mul_transforms(const Matrix &a, const Matrix &b) {
     return r;
 }
 inline Matrix mul44(const Matrix &a, const Matrix &b) { return mul_transforms(a, b); }
+
+// inv_transform(m) as rows, recomputed only when the 3 x 4 block it reads
+// changes (compared bit for bit, so the result is always that of
+// inv_transform): the inverse kinematics inverts the configured frames on
+// every call, and they rarely change between calls.
+class InverseMemo {
+public:
+    const Transform &of(const Matrix &m) {
+        if (!valid_ || std::memcmp(key_, &m.data[0][0], sizeof key_) != 0) {
+            std::memcpy(key_, &m.data[0][0], sizeof key_);
+            inverse_ = load_transform(inv_transform(m));
+            valid_ = true;
+        }
+        return inverse_;
+    }
+
+private:
+    Transform inverse_{};
+    float key_[12] = {};
+    bool valid_ = false;
+};
 
 }  // namespace tova
