@@ -127,7 +127,7 @@ inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
     Pose p = pose;
     if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
     const Matrix target = transform_from_pose_quat(p);
-    store_transform(mul(s.work_inverse.of(s.Twork2base), load_transform(target)), s.T_BT);
+    store_transform(s.work_inverse.before(s.Twork2base, load_transform(target)), s.T_BT);
 }
 
 // Per-call snapshot of the configuration the solvers read.

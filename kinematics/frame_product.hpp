@@ -91,21 +91,52 @@ inline Matrix mul44(const Matrix &a, const Matrix &b) { return mul_transforms(a,
 // changes (compared bit for bit, so the result is always that of
 // inv_transform): the inverse kinematics inverts the configured frames on
 // every call, and they rarely change between calls.
+//
+// An unset frame inverts to the identity (translation +-0). A product with it
+// is then x + 0.0f element by element, bit for bit, when x is finite: every
+// sum of matrix_m is +0.0 plus +-0 terms plus at most one x, and
+// +0.0 + (-0.0) = +0.0. So the two products with unset frames cost nothing.
 class InverseMemo {
 public:
     const Transform &of(const Matrix &m) {
         if (!valid_ || std::memcmp(key_, &m.data[0][0], sizeof key_) != 0) {
             std::memcpy(key_, &m.data[0][0], sizeof key_);
             inverse_ = load_transform(inv_transform(m));
+            const v4f unit_row[4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+            identity_ = true;
+            for (int i = 0; i < 4; ++i)
+                identity_ = identity_ && frame_product_detail::all_lanes(inverse_.row[i] == unit_row[i]);
             valid_ = true;
         }
         return inverse_;
     }
 
+    // inverse(m) x x and x x inverse(m), as mul() computes them.
+    Transform before(const Matrix &m, const Transform &x) {
+        const Transform &inverse = of(m);
+        return identity_ && finite(x) ? plus_zero(x) : mul(inverse, x);
+    }
+    Transform after(const Transform &x, const Matrix &m) {
+        const Transform &inverse = of(m);
+        return identity_ && finite(x) ? plus_zero(x) : mul(x, inverse);
+    }
+
 private:
+    static bool finite(const Transform &x) {
+        using frame_product_detail::finite;
+        return frame_product_detail::all_lanes(finite(x.row[0]) & finite(x.row[1]) & finite(x.row[2]) &
+                                               finite(x.row[3]));
+    }
+    static Transform plus_zero(const Transform &x) {
+        Transform r;
+        for (int i = 0; i < 4; ++i) r.row[i] = x.row[i] + frame_product_detail::splat(0.0f);
+        return r;
+    }
+
     Transform inverse_{};
     float key_[12] = {};
     bool valid_ = false;
+    bool identity_ = false;
 };
 
 }  // namespace tova

@@ -73,6 +73,40 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
     }
 }
 
+// The memoised frame inverse and its products are inv_transform and matrix_m
+// bit for bit, through frame changes, unset (identity) frames and the same
+// special values.
+TEST(FrameProduct, InverseMemoMatchesInverseAndProduct) {
+    std::mt19937 rng(13);
+    std::uniform_real_distribution<float> u(-2.0f, 2.0f);
+    const float special[] = {0.0f, -0.0f, 1.0f, -1.0f, INFINITY, -INFINITY, NAN, 1e30f};
+    auto same = [](const Matrix &e, const Matrix &g) {
+        for (int i = 0; i < 4; ++i)
+            for (int j = 0; j < 4; ++j)
+                if (!((std::isnan(e.data[i][j]) && std::isnan(g.data[i][j])) || same_bits(e.data[i][j], g.data[i][j])))
+                    return false;
+        return true;
+    };
+    tova::InverseMemo memo;
+    for (int n = 0; n < 20000; ++n) {
+        Matrix frame = unit_matrix(4), x = unit_matrix(4);
+        if (n % 3 != 0)  // every third frame unset; runs of repeats exercise the memo
+            frame = pose_euler_to_transformation_matrix(Pose{u(rng), u(rng), u(rng), {}, {u(rng), u(rng), u(rng)}});
+        if (n % 6 == 5) frame.data[1][3] = -0.0f;
+        for (int i = 0; i < (n % 5 ? 3 : 4); ++i)
+            for (int j = 0; j < 4; ++j) x.data[i][j] = u(rng);
+        for (int k = 0; k < n % 4; ++k) x.data[rng() % 4][rng() % 4] = special[rng() % 8];
+        const Matrix inverse = tova::inv_transform(frame);
+        Matrix got;
+        tova::store_transform(memo.of(frame), got);
+        ASSERT_TRUE(same_bits(got, inverse)) << n;
+        tova::store_transform(memo.before(frame, tova::load_transform(x)), got);
+        ASSERT_TRUE(same(matrix_m(&inverse, &x), got)) << n;
+        tova::store_transform(memo.after(tova::load_transform(x), frame), got);
+        ASSERT_TRUE(same(matrix_m(&x, &inverse), got)) << n;
+    }
+}
+
 // Modified DH for six joints or the taldo, standard otherwise: the chain of
 // every model (the generic arm with a random table) against the reference,
 // which takes its convention from the model. Only the exact text "modeling"
