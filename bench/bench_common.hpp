@@ -56,6 +56,16 @@ inline void select_model(uint32_t type) {
     if (libalgo_set_robot_and_sensor_type(type, 0) != 0) fail("model selection refused", type);
 }
 
+// Non-identity tool, work and install frames for the composed entry points.
+inline void set_frames() {
+    const float tool[6] = {0.01f, -0.02f, 0.15f, 0.1f, -0.2f, 0.3f};
+    const float work[6] = {0.5f, -0.2f, 0.1f, 0.2f, 0.1f, -0.4f};
+    const float inst[3] = {0.3f, -0.1f, 0.5f};
+    libalgo_set_tool_cs_params(tool);
+    libalgo_set_work_cs_params(work);
+    libalgo_set_robot_install_angle(inst);
+}
+
 // Cycles through a prepared set of joint vectors.
 class Cycle {
   public:

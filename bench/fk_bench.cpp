@@ -9,16 +9,6 @@ namespace {
 
 using namespace tova_bench;
 
-// Non-identity tool, work and install frames for the composed entry points.
-void set_frames() {
-    const float tool[6] = {0.01f, -0.02f, 0.15f, 0.1f, -0.2f, 0.3f};
-    const float work[6] = {0.5f, -0.2f, 0.1f, 0.2f, 0.1f, -0.4f};
-    const float inst[3] = {0.3f, -0.1f, 0.5f};
-    libalgo_set_tool_cs_params(tool);
-    libalgo_set_work_cs_params(work);
-    libalgo_set_robot_install_angle(inst);
-}
-
 // forward_kinematics_e: the entry point with the model dispatch.
 void BM_forward_kinematics_e(benchmark::State &state, uint32_t type) {
     Cycle samples(joint_samples(type));

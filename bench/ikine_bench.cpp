@@ -1,7 +1,7 @@
 // Six-axis inverse kinematics through inverse_kinematics, on the forward poses
 // of the 10,000 prepared joint vectors of each model (bench_common.hpp), with
 // the generating joints as current joints. Compare ik/vesk with kdl_fk/vesk of
-// the same run (fk_bench.cpp).
+// the same run (fk_bench.cpp). ik_frames/ adds tool, work and install frames.
 #include <benchmark/benchmark.h>
 
 #include "bench_common.hpp"
@@ -14,22 +14,28 @@ struct Case {
     std::vector<Pose> poses;
 };
 
-const Case &poses_of(uint32_t type) {
-    static std::map<uint32_t, Case> cache;
-    auto it = cache.find(type);
+// The model selected, with the non-identity frames when `frames` is set.
+void prepare(uint32_t type, bool frames) {
+    select_model(type);
+    if (frames) set_frames();
+}
+
+const Case &poses_of(uint32_t type, bool frames) {
+    static std::map<std::pair<uint32_t, bool>, Case> cache;
+    auto it = cache.find({type, frames});
     if (it != cache.end()) return it->second;
     const auto &q = joint_samples(type);
-    select_model(type);
+    prepare(type, frames);
     Case c;
     c.poses.resize(q.size());
     for (size_t i = 0; i < q.size(); ++i) forward_kinematics(&c.poses[i], q[i].data());
-    return cache.emplace(type, std::move(c)).first->second;
+    return cache.emplace(std::make_pair(type, frames), std::move(c)).first->second;
 }
 
-void BM_inverse_kinematics(benchmark::State &state, uint32_t type, uint8_t is_euler) {
+void BM_inverse_kinematics(benchmark::State &state, uint32_t type, uint8_t is_euler, bool frames) {
     const auto &q = joint_samples(type);
-    const auto &poses = poses_of(type).poses;
-    select_model(type);
+    const auto &poses = poses_of(type, frames).poses;
+    prepare(type, frames);
     float out[8];
     size_t i = 0, solved = 0, calls = 0;
     for (auto _ : state) {
@@ -60,8 +66,10 @@ const bool registered = [] {
                             {ROBOT_LUMO_A, "lumo"}};
     for (const Model &m : models)
         benchmark::RegisterBenchmark((std::string("ik/") + m.name).c_str(), BM_inverse_kinematics, m.type,
-                                     uint8_t{0});
-    benchmark::RegisterBenchmark("ik_euler/vesk", BM_inverse_kinematics, ROBOT_VESK, uint8_t{1});
+                                     uint8_t{0}, false);
+    benchmark::RegisterBenchmark("ik_euler/vesk", BM_inverse_kinematics, ROBOT_VESK, uint8_t{1}, false);
+    // the same with tool, work and install frames set
+    benchmark::RegisterBenchmark("ik_frames/vesk", BM_inverse_kinematics, ROBOT_VESK, uint8_t{0}, true);
     benchmark::RegisterBenchmark("ik_plugin/vesk", BM_plugin_vesk);
     return true;
 }();
