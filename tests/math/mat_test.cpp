@@ -340,7 +340,6 @@ TEST_F(MatDecomp, SvdRankAndCondition) {
         Eigen::JacobiSVD<MatD> svd(c.Ad);
         svd.setThreshold(std::max(c.m, c.n) * double(FLT_EPSILON));
         EXPECT_EQ(mat_rank(&c.A), c.rank >= 0 ? c.rank : svd.rank());
-        EXPECT_EQ(mat_rank(&c.A), svd.rank());
         if (c.kind != Kind::RankDeficient) {
             const double cond = c.sigma(0) / c.sigma(c.sigma.size() - 1);
             EXPECT_NEAR(mat_cond(&c.A), cond, 1e-6 * cond);

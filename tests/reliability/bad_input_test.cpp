@@ -217,9 +217,14 @@ TEST_P(RefusedSetters, JointIndexOutsideTheRecord) {
 // period, gravity, identity frames, the passed type and sensor); the DH
 // snapshot of the last good selection stays and can still be restored.
 TEST_P(RefusedSetters, UnknownModelOrSensor) {
-    const uint32_t refused[][2] = {{2, 0}, {10, 0}, {0xFFFFFFFFu, 0}, {ROBOT_LUMO_B, 1}, {ROBOT_TALDO, 2},
-                                   {ROBOT_VESK, 3}, {ROBOT_QUELL, 0xFFFFFFFFu}};
-    for (const auto &ts : refused) {
+    // Unknown types, and for each model the first sensor past its accepted set
+    // (the generic seven-axis model takes any); every type with sensor 2^32-1 too.
+    const uint32_t refused[][2] = {{2, 0},          {10, 0},           {0xFFFFFFFFu, 0},  {ROBOT_VESK, 3},
+                                   {ROBOT_QUELL, 3}, {ROBOT_PIRRA_2, 3}, {ROBOT_PIRRA_3, 3}, {ROBOT_LUMO_A, 3},
+                                   {ROBOT_LUMO_B, 1}, {ROBOT_TALDO, 1},  {ROBOT_TALDO, 2},   {ROBOT_LUMO_C, 3}};
+    for (const auto &type_sensor : refused)
+      for (const uint32_t sensor : {type_sensor[1], 0xFFFFFFFFu}) {
+        const uint32_t ts[2] = {type_sensor[0], sensor};
         ASSERT_EQ(libalgo_set_robot_and_sensor_type(GetParam(), 0), 0);
         take_snapshot(before_);
         EXPECT_EQ(libalgo_set_robot_and_sensor_type(ts[0], ts[1]), -1);
