@@ -84,7 +84,8 @@ TEST_P(EveryModel, ClosedFormChainAndFrames) {
         forward_kinematics_for_unity(&m, q.data());
         EXPECT_LE(max_abs_diff(m, IFT), 1e-5);
         const Matrix FT = matrix_m(&F, &Tm);  // the library's product, nested right to left
-        EXPECT_TRUE(same_bits(m, matrix_m(&Im, &FT)));
+        const Matrix IFT_m = matrix_m(&Im, &FT);
+        EXPECT_TRUE(same_bits(m, IFT_m));
         forward_kinematics_rotate(&m, q.data());
         EXPECT_TRUE(m.rows == 3 && m.data[0][3] == 0.0f);
         EXPECT_LE(max_abs_diff(m, WIFT, 3, 3), 1e-5);
@@ -94,6 +95,7 @@ TEST_P(EveryModel, ClosedFormChainAndFrames) {
         forward_kinematics_pos_calibration(pc, q.data());
         Pose pose;
         forward_kinematics(&pose, q.data());
+        EXPECT_TRUE(same_bits(pose, transformation_matrix_to_pose(matrix_m(&Wm, &IFT_m))));
         const float pose_p[3] = {pose.x, pose.y, pose.z};
         for (int i = 0; i < 3; ++i) {
             EXPECT_NEAR(p[i], WIFT[i][3], 1e-5);
