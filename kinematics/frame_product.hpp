@@ -48,12 +48,31 @@ typedef int v4i __attribute__((vector_size(16)));
 
 inline v4f splat(float s) { return v4f{s, s, s, s}; }
 
+// out = x in double, element by element: compiled for AVX (the solvers' wide
+// copies) that is one vcvtps2pd, where GCC splits __builtin_convertvector into
+// halves. (An output parameter: a function returning a 32-byte vector has
+// another ABI with AVX.)
+inline void widen(v4f x, v4d &out) {
+    out = v4d{static_cast<double>(x[0]), static_cast<double>(x[1]), static_cast<double>(x[2]),
+              static_cast<double>(x[3])};
+}
+
 // Row i of a * b over the terms k < count, then `last` (in double) added to the
-// element in column 3 and +0.0 to the others (no change to a sum that starts at +0.0).
+// element in column 3 and +0.0 to the others.
+//
+// matrix_m's sums start at +0.0, which changes a term only by turning -0 into
+// +0, so such a sum is never -0. Here the first term starts the sum and the
+// closing addition does that normalisation instead: +0.0 in the plain columns,
+// last + 0.0 in column 3 (so that -0 + -0 cannot remain). Same bits, one
+// addition fewer on the dependency chain.
 inline v4f product_row(const Transform &a, const Transform &b, int i, int count, double last) {
-    v4d sum = {0.0, 0.0, 0.0, 0.0};
-    for (int k = 0; k < count; ++k) sum += __builtin_convertvector(splat(a.row[i][k]) * b.row[k], v4d);
-    return __builtin_convertvector(sum + v4d{0.0, 0.0, 0.0, last}, v4f);
+    v4d sum, term;
+    widen(splat(a.row[i][0]) * b.row[0], sum);
+    for (int k = 1; k < count; ++k) {
+        widen(splat(a.row[i][k]) * b.row[k], term);
+        sum += term;
+    }
+    return __builtin_convertvector(sum + v4d{0.0, 0.0, 0.0, last + 0.0}, v4f);
 }
 
 inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }

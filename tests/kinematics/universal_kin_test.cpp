@@ -50,7 +50,8 @@ TEST(LinkTransforms, TwistSnappingAndIndexRange) {
 }
 
 // The SIMD product must be matrix_m bit for bit, with or without the
-// homogeneous shortcut: random transforms, spoiled last rows, +-0, inf, NaN.
+// homogeneous shortcut: random transforms, spoiled last rows, rows of signed
+// zeros, +-0, inf, NaN.
 TEST(FrameProduct, MatchesMatrixMulBitForBit) {
     std::mt19937 rng(12);
     std::uniform_real_distribution<float> u(-2.0f, 2.0f);
@@ -64,6 +65,8 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
     for (int n = 0; n < 20000; ++n) {
         Matrix a = random_transform(n % 5 != 0), b = random_transform(n % 7 != 0);
         for (int k = 0; k < n % 4; ++k) (rng() % 2 ? a : b).data[rng() % 4][rng() % 4] = special[rng() % 8];
+        if (n % 3 == 0)  // a row of signed zeros: sums of -0 terms, the sign of a zero result
+            for (float &v : a.data[rng() % 3]) v = rng() % 2 ? 0.0f : -0.0f;
         const Matrix expect = matrix_m(&a, &b), got = tova::mul_transforms(a, b);
         for (int i = 0; i < 4; ++i)
             for (int j = 0; j < 4; ++j) {
