@@ -356,6 +356,10 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
     const double phi = std::atan2(-wx, wy), psi = std::atan2(root_r, lateral);
     const double th1[2] = {phi + psi, phi - psi};
 
+    // pirra_3's forearm: length and angle seen from joint 3
+    const double forearm = lumo ? 0.0 : std::sqrt(a3 * a3 + d4 * d4);
+    const double gamma = lumo ? 0.0 : std::atan2(d4, a3);
+
     double cand[8][6];
     bool valid[8];
     for (int sh = 0; sh < 2; ++sh) {
@@ -366,8 +370,15 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
             // would otherwise give NaN joints.
             double v = ay * c1 - ax * s1;
             v = v > 1.0 ? 1.0 : (v < -1.0 ? -1.0 : v);
-            const double t5[2] = {std::acos(v), -std::acos(v)};
-            const double sin5[2] = {std::sin(t5[0]), std::sin(t5[1])};
+            // Each arc cosine, sine and cosine once: the library calls are most
+            // of a solve, and the compiler may not merge calls that can set errno.
+            const double pitch = std::acos(v);
+            const double t5[2] = {pitch, -pitch};
+            double sin5[2], cos5[2];
+            for (int w = 0; w < 2; ++w) {
+                sin5[w] = std::sin(t5[w]);
+                cos5[w] = std::cos(t5[w]);
+            }
             // Step 6: joint 6.
             const double A = oy * c1 - ox * s1, B = ny * c1 - nx * s1;
             double t6[2];
@@ -386,7 +397,7 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
             }
             for (int w = 0; w < 2; ++w) {
                 // Step 7: sum of joints 2 to 4.
-                const double c5 = std::cos(t5[w]), s5 = std::sin(t5[w]);
+                const double c5 = cos5[w], s5 = sin5[w];
                 const double c6 = std::cos(t6[w]), s6 = std::sin(t6[w]);
                 const double X = c6 * oz + s6 * nz;
                 const double Y = c5 * c6 * nz - s5 * az - c5 * s6 * oz;
@@ -416,8 +427,6 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
             // length hypot(a3, d4) at the angle gamma.
             const double x = c1 * wx + s1 * wy - a1;
             const double z = pz - d6 * az - d1;
-            const double forearm = std::sqrt(a3 * a3 + d4 * d4);
-            const double gamma = std::atan2(d4, a3);
             const double c = (x * x + z * z - a2 * a2 - a3 * a3 - d4 * d4) / (2.0 * a2 * forearm);
             double t = 0.0;
             const bool ok = banded_acos(c, t);
