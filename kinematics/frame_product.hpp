@@ -104,7 +104,6 @@ inline Matrix mul_transforms(const Matrix &a, const Matrix &b) {
     store_transform(mul(load_transform(a), load_transform(b)), r);
     return r;
 }
-inline Matrix mul44(const Matrix &a, const Matrix &b) { return mul_transforms(a, b); }
 
 // inv_transform(m) as rows, recomputed only when the 3 x 4 block it reads
 // changes (compared bit for bit, so the result is always that of
