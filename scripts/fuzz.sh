@@ -22,6 +22,8 @@ cmake -S . -B build/fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_C_CO
       -DTOVA_BUILD_BENCHMARKS=OFF -DTOVA_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build/fuzz -j 2
 mkdir -p build/fuzz/findings
+summary=build/fuzz/findings/summary.txt
+: >"$summary"
 status=0
 targets=("$@")
 ((${#targets[@]})) || targets=($(sed -n 's/^tova_add_fuzzer(\(.*\))$/\1/p' fuzz/CMakeLists.txt))
@@ -35,6 +37,11 @@ for target in "${targets[@]}"; do
       -artifact_prefix="build/fuzz/findings/$target-" "$work" "fuzz/corpus/$target" 2>"build/fuzz/$target.log"; then
     tail -40 "build/fuzz/$target.log"
     echo "FINDING in $target (see build/fuzz/findings/)"
+    # The first report lines and the input itself, for a CI log that keeps
+    # only its tail.
+    { echo "$target:"; grep -m 8 -E "ERROR|runtime error|(config|kinematics|ikine|math|fuzz)/[a-z_0-9]+\.(cpp|hpp):|Test unit written" \
+        "build/fuzz/$target.log" || true
+      grep -m 1 "^Base64:" "build/fuzz/$target.log" || true; } | sed 's/^/  /' >>"$summary"
     status=1
   fi
   grep -E "stat::number_of_executed_units|stat::average_exec_per_sec" "build/fuzz/$target.log" || true

@@ -43,10 +43,15 @@ else
 fi
 
 echo "=== fuzzing ==="
+rm -f build/fuzz/findings/summary.txt
 if scripts/fuzz.sh "${TOVA_FUZZ_SECONDS:-30}"; then
   results+=("ok      fuzz targets")
 else
-  results+=("FAILED  fuzz targets (reproducers in build/fuzz/findings/)")
+  if [ -s build/fuzz/findings/summary.txt ]; then
+    results+=("FAILED  fuzz targets (reproducers in build/fuzz/findings/, first lines below)")
+  else
+    results+=("FAILED  fuzz stage before any finding: set-up or build (see its output above)")
+  fi
   status=1
 fi
 
@@ -57,4 +62,5 @@ for preset in release asan; do
 done
 echo "--- stages ---"
 printf '%s\n' "${results[@]}"
+[ ! -s build/fuzz/findings/summary.txt ] || { echo "--- fuzz findings ---"; cat build/fuzz/findings/summary.txt; }
 exit $status
