@@ -14,6 +14,9 @@ constexpr double kWristTol = 1e-8;
 constexpr double kSingular = 1e-10;
 // Residual (m) accepted where a degenerate case leaves a joint free.
 constexpr double kDegenerateTol = 1e-9;
+// Wrist-sine evaluations of one hidden-branch search between two samples:
+// room for a full-depth bisection to a crossing and some branching beside it.
+constexpr int kHiddenEvals = 96;
 
 // Sampling steps of the wide search over joint 7, rad: the cost sampling,
 // and the limit-margin climb that runs when no sample was feasible.
@@ -116,16 +119,20 @@ int TaldoArm::hidden_points(double a, double b, double* out, int cap) const {
     double sa[2], sb[2];
     const unsigned ea = wrist_sines(a, sa), eb = wrist_sines(b, sb);
     int n = 0;
-    hidden_between(a, ea, sa, b, eb, sb, 0, out, cap, &n);
+    int evals = kHiddenEvals;
+    hidden_between(a, ea, sa, b, eb, sb, 0, &evals, out, cap, &n);
     return n;
 }
 
 // The wrist of an elbow branch exists where |s5| <= 1. When s5 moves fast
 // between a and b (the shoulder point close to axis 5) it may pass through
-// [-1, 1] between them unseen: bisect until it is caught or ruled out.
+// [-1, 1] between them unseen: bisect until it is caught or ruled out. Where
+// s5 is large and steep over the whole interval (u4 near zero) every half
+// stays suspect, so the evaluations are budgeted: without a budget that case
+// costs 2^25 of them, seconds for one solve.
 void TaldoArm::hidden_between(double a, unsigned ea, const double* sa, double b, unsigned eb, const double* sb,
-                              int depth, double* out, int cap, int* n) const {
-    if (*n >= cap || depth > 24) return;
+                              int depth, int* evals, double* out, int cap, int* n) const {
+    if (*n >= cap || depth > 24 || *evals <= 0) return;
     bool maybe = ea != eb;  // the elbow appears or vanishes in between
     for (int ei = 0; ei < 2 && ea && eb; ++ei) {
         if (std::fabs(sa[ei]) <= 1.0 || std::fabs(sb[ei]) <= 1.0) continue;  // seen at an end
@@ -135,13 +142,14 @@ void TaldoArm::hidden_between(double a, unsigned ea, const double* sa, double b,
     if (!maybe) return;
     const double m = 0.5 * (a + b);
     double sm[2];
+    --*evals;
     const unsigned em = wrist_sines(m, sm);
     if (em && (std::fabs(sm[0]) <= 1.0 || std::fabs(sm[1]) <= 1.0)) {
         out[(*n)++] = m;
         return;
     }
-    hidden_between(a, ea, sa, m, em, sm, depth + 1, out, cap, n);
-    hidden_between(m, em, sm, b, eb, sb, depth + 1, out, cap, n);
+    hidden_between(a, ea, sa, m, em, sm, depth + 1, evals, out, cap, n);
+    hidden_between(m, em, sm, b, eb, sb, depth + 1, evals, out, cap, n);
 }
 
 unsigned TaldoArm::solve(double t, unsigned mask, double raw[kBranches][kJoints]) const {

@@ -56,7 +56,7 @@ private:
     // returns 3, or 0 where the elbow does not exist.
     unsigned wrist_sines(double t, double s5[2]) const;
     void hidden_between(double a, unsigned ea, const double* sa, double b, unsigned eb, const double* sb,
-                        int depth, double* out, int cap, int* n) const;
+                        int depth, int* evals, double* out, int cap, int* n) const;
 
     TaldoGeometry g_;
     M3 R_;
