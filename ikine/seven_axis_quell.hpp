@@ -36,7 +36,7 @@ public:
     bool near_fold(const double*) const { return false; }
 
     // Every branch exists at every phi: nothing hides between samples.
-    int hidden_points(double, double, double*, int) const { return 0; }
+    int hidden_points(double, double, double*, int, int*) const { return 0; }
 
     // The elbow angle whose shoulder orientation is nearest the current one.
     double current_phi() const { return phi0_; }

@@ -316,6 +316,9 @@ public:
         constexpr int kMaxGaps = 12;
         Bracket gaps[kMaxGaps];
         int n_gaps = 0;
+        // Hidden-branch searches of one pass: a bound on the worst case (tens
+        // of microseconds); ordinary passes spend a few dozen evaluations.
+        int hidden_budget = kHiddenBudget;
         for (int s = 0; s < n_spans; ++s) {
             const Span& sp = spans[s];
             const double len = sp.b - sp.a;
@@ -352,7 +355,7 @@ public:
                 }
                 // Branches that exist only between the samples.
                 double hidden[4];
-                const int n_hidden = k > 0 ? p_.hidden_points(t_prev, t, hidden, 4) : 0;
+                const int n_hidden = k > 0 ? p_.hidden_points(t_prev, t, hidden, 4, &hidden_budget) : 0;
                 for (int h = 0; h < n_hidden; ++h) {
                     Candidate ch[kBranches];
                     const unsigned gh = eval_all(hidden[h], sp.mask, ch);
@@ -420,6 +423,8 @@ private:
     // and how often an interval may be halved to get there.
     static constexpr double kMaxJump = 0.3;
     static constexpr int kMaxDepth = 5;
+    // Wrist evaluations the hidden-branch searches of one speed-gap pass may spend.
+    static constexpr int kHiddenBudget = 1024;
 
     // Consumes samples in order of t: offers them, and keeps each branch's
     // sampled local minima with their neighbours as brackets.

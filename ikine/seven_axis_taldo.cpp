@@ -1,5 +1,7 @@
 #include "ikine/seven_axis_taldo.hpp"
 
+#include <algorithm>
+
 namespace tova::seven_axis {
 
 namespace {
@@ -16,6 +18,7 @@ constexpr double kSingular = 1e-10;
 constexpr double kDegenerateTol = 1e-9;
 // Wrist-sine evaluations of one hidden-branch search between two samples:
 // room for a full-depth bisection to a crossing and some branching beside it.
+// (The caller also caps the sum over one pass along joint 7.)
 constexpr int kHiddenEvals = 96;
 
 // Sampling steps of the wide search over joint 7, rad: the cost sampling,
@@ -115,12 +118,14 @@ bool TaldoArm::reachable() const {
     return K_ - m <= C0_ + rho_ + slack && K_ + m >= C0_ - rho_ - slack;
 }
 
-int TaldoArm::hidden_points(double a, double b, double* out, int cap) const {
+int TaldoArm::hidden_points(double a, double b, double* out, int cap, int* budget) const {
     double sa[2], sb[2];
     const unsigned ea = wrist_sines(a, sa), eb = wrist_sines(b, sb);
     int n = 0;
-    int evals = kHiddenEvals;
+    const int granted = std::min(kHiddenEvals, *budget);
+    int evals = granted;
     hidden_between(a, ea, sa, b, eb, sb, 0, &evals, out, cap, &n);
+    *budget -= granted - evals;
     return n;
 }
 

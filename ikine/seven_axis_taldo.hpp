@@ -37,8 +37,9 @@ public:
 
     // Points of (a, b) where a wrist branch exists that may exist at neither
     // end (near the shoulder point on axis 5 it exists only on slivers of
-    // joint 7). At most cap.
-    int hidden_points(double a, double b, double* out, int cap) const;
+    // joint 7). At most cap. Spends at most *budget wrist-sine evaluations
+    // and takes what it spent off *budget.
+    int hidden_points(double a, double b, double* out, int cap, int* budget) const;
 
     // Pieces of [lo, hi] in joint 7 where each elbow branch exists (with
     // joint 4 inside its limits when js is given), in closed form: the
