@@ -50,9 +50,24 @@ inline void require(bool ok) {
     if (!ok) std::abort();
 }
 
-inline bool all_finite(const float *v, int n) {
-    for (int i = 0; i < n; ++i)
-        if (!std::isfinite(v[i])) return false;
+// A solution's joints are finite, except where the configuration itself holds a
+// non-finite offset or limit for that joint: the solvers subtract the offset
+// and compare against limits minus offset, so an infinite offset legitimately
+// yields an infinite joint that passes every check (and a solver that keeps
+// its first candidate when none scores may keep one built from it).
+inline bool finite_unless_configured(const float *v, int n) {
+    DhTable dh;
+    float mx[8], mn[8], mmx[8], mmn[8];
+    libalgo_get_dh_value(&dh);
+    libalgo_get_jointlim_max(mx);
+    libalgo_get_jointlim_min(mn);
+    libalgo_get_modeling_jointlim_max(mmx);
+    libalgo_get_modeling_jointlim_min(mmn);
+    for (int i = 0; i < n; ++i) {
+        const bool configured_finite = std::isfinite(dh.offset[i]) && std::isfinite(mx[i]) && std::isfinite(mn[i]) &&
+                                       std::isfinite(mmx[i]) && std::isfinite(mmn[i]);
+        if (configured_finite && !std::isfinite(v[i])) return false;
+    }
     return true;
 }
 
