@@ -279,6 +279,19 @@ TEST_F(SixAxisIk, LumoReachToleranceOffsetRemovalAndStraightWrist) {
     EXPECT_NEAR(out[0], q[0], 1e-4);
     EXPECT_NEAR(out[1], q[1] - 6.2831855f, 1e-4);  // one turn down, past its limit
     for (int j = 2; j < 6; ++j) EXPECT_NEAR(out[j], q[j] + dh.offset[j], 1e-4) << j;
+
+    // No candidate scores below 1000 (joint 1 current 30 rad away, a single
+    // turn of wrap): the first candidate is taken, though the second, whose
+    // other joints are the current ones, is cheaper.
+    for (int j = 0; j < 6; ++j) ikref::set_limit(j, -1000.0f, 1000.0f);
+    ASSERT_EQ(solve(q.data(), target), 0);
+    float far[8] = {30.0f};
+    for (int j = 1; j < 6; ++j) far[j] = static_cast<float>(rec.seen[1].joints[j]) - dh.offset[j];
+    ASSERT_EQ(solve(far, target), 0);
+    ASSERT_EQ(rec.seen.size(), 8u);
+    for (const CandidateReport &c : rec.seen) EXPECT_FALSE(c.cost < 1000.0) << c.number;
+    EXPECT_LT(rec.seen[1].cost, rec.seen[0].cost);
+    for (int j = 0; j < 6; ++j) EXPECT_EQ(out[j], static_cast<float>(rec.seen[0].joints[j]) - dh.offset[j]) << j;
 }
 
 // The entry: the last-joint wrap clamp (strict bounds, six-axis types only),
