@@ -166,7 +166,7 @@ public:
             const double len = sp.b - sp.a;
             // At least the middle besides the ends: the ends of a closed-form
             // piece sit on its boundary, where the branch may just fail.
-            int n = len > 0.0 ? static_cast<int>(std::ceil(len / step - 1e-9)) : 0;
+            int n = len > 0.0 ? samples(len, step) : 0;
             if (len > 0.0 && n < 2) n = 2;
             Stream st{obj, best, best_value, brackets, &n_br, sp.a, sp.b};
             Sample buf[2];
@@ -323,7 +323,7 @@ public:
             const Span& sp = spans[s];
             const double len = sp.b - sp.a;
             if (!(len > 0.0)) continue;
-            const int n = static_cast<int>(std::ceil(len / step - 1e-9));
+            const int n = samples(len, step);
             Candidate prev[kBranches];
             unsigned have = 0;
             double t_prev = sp.a;
@@ -418,6 +418,15 @@ private:
         for (int b = 0; b < kBranches; ++b)
             out->v[b] = (out->got & (1u << b)) ? objective_value(out->c[b], obj) : kHuge;
     }
+
+    // Intervals of `step` or less covering len > 0. Capped: joint-7 limits
+    // or a search window of thousands of radians would otherwise ask for
+    // billions of samples (any real arm needs a few hundred); past the cap the
+    // samples are just farther apart.
+    static int samples(double len, double step) {
+        return static_cast<int>(std::fmin(std::ceil(len / step - 1e-9), kMaxSamples));
+    }
+    static constexpr double kMaxSamples = 16384.0;
 
     // Largest joint jump allowed between neighbouring samples of a branch, rad,
     // and how often an interval may be halved to get there.
