@@ -335,7 +335,17 @@ Solution solve_taldo(const TaldoGeometry& g, const JointSpace& js, const SearchS
     // other joints move like the square root of joint 7's distance to the
     // fold, and 1e-10 in joint 7 is 1e-5 in them.
     constexpr double kTolNarrow = 1e-8, kTolWide = 1e-8;
-    const double lo7 = js.lo[6], hi7 = js.hi[6], t0 = cur[6];
+    double lo7 = js.lo[6], hi7 = js.hi[6];
+    const double t0 = cur[6];
+    // Every joint, joint 7 included, is scored at its turn nearest the current
+    // value, so joint-7 values a turn apart give the same candidate. A range of
+    // more than four turns (no real arm has one) is searched within two turns
+    // of the current value only: absurd limits cost no more than real ones.
+    if (hi7 - lo7 > 8.0 * kPi) {
+        const double c = std::fmin(std::fmax(t0, lo7), hi7);
+        lo7 = std::fmax(lo7, c - 4.0 * kPi);
+        hi7 = std::fmin(hi7, c + 4.0 * kPi);
+    }
     int n_spans = 0;
     double step, tol;
     if (ss.narrow && ss.half_window < hi7 - lo7) {

@@ -378,6 +378,35 @@ TEST_P(SevenAxis, PathsTrackOrStopConfirmed) {
     std::printf("[ paths ] %d completed; checker agrees on %d of %d sampled successes\n", completed, agrees, checked);
 }
 
+// Taldo's search runs over joint 7 itself (quell's over one turn of its arm
+// angle). Joint-7 limits a million radians wide: the search stays bounded and
+// finds a solution at least as near as with the model's own limits, a subset.
+using TaldoSearch = SevenAxis;
+TEST_P(TaldoSearch, AbsurdJoint7LimitsSearchAtLeastAsWellAsTheModelLimits) {
+    std::mt19937 rng(21);
+    JointSpace wide = js_;
+    wide.lo[6] = -1e6;
+    wide.hi[6] = 1e6;
+    auto cost = [](const Solution &s, const double *cur) {
+        double c = 0.0;
+        for (int i = 0; i < kJoints; ++i) c += kWeight[i] * (s.th[i] - cur[i]) * (s.th[i] - cur[i]);
+        return c;
+    };
+    for (int n = 0; n < 30; ++n) {
+        double th[kJoints], cur[kJoints];
+        const M4 target = random_target(rng, th);
+        random_target(rng, cur);
+        const Solution own = solve(target, cur, false);
+        const Solution absurd = solve_taldo(ta_geo_, wide, SearchSettings{false, 0.013}, rigid(target), cur);
+        ASSERT_EQ(own.code, kOk);
+        ASSERT_EQ(absurd.code, kOk);
+        EXPECT_LT(ikref::gap(fk(absurd.th), target), 1e-6);
+        EXPECT_LE(cost(absurd, cur), cost(own, cur) * (1.0 + 1e-6)) << n;  // refined to 1e-8 in joint 7
+    }
+}
+INSTANTIATE_TEST_SUITE_P(Models, TaldoSearch, ::testing::Values(ref::ModelCase{ROBOT_TALDO, 0, true, "taldo0"}),
+                         [](const ::testing::TestParamInfo<ref::ModelCase> &i) { return i.param.name; });
+
 INSTANTIATE_TEST_SUITE_P(Models, SevenAxis,
                          ::testing::Values(ref::ModelCase{ROBOT_QUELL, 0, false, "quell0"}, ref::ModelCase{ROBOT_QUELL, 1, false, "quell1"},
                                            ref::ModelCase{ROBOT_QUELL, 2, false, "quell2"}, ref::ModelCase{ROBOT_TALDO, 0, true, "taldo0"}),
