@@ -50,12 +50,16 @@ inline void require(bool ok) {
     if (!ok) std::abort();
 }
 
-// A solution's joints are finite, except where the configuration itself holds a
-// non-finite offset or limit for that joint: the solvers subtract the offset
-// and compare against limits minus offset, so an infinite offset legitimately
-// yields an infinite joint that passes every check (and a solver that keeps
-// its first candidate when none scores may keep one built from it).
-inline bool finite_unless_configured(const float *v, int n) {
+// A solution's joints are finite when what it was computed from is. Garbage
+// in is garbage out by definition: the six-axis solvers subtract the offset
+// and compare against limit minus offset, so an infinite offset yields an
+// infinite joint that passes every check; they keep their first candidate when
+// none scores (a NaN current joint makes every cost NaN), and a straight wrist
+// keeps joint 6 at its current value. So a non-finite current joint excuses
+// every output, a non-finite offset or limit its own joint.
+inline bool finite_from_finite(const float *v, int n, const float *current) {
+    for (int i = 0; i < n; ++i)
+        if (!std::isfinite(current[i])) return true;
     DhTable dh;
     float mx[8], mn[8], mmx[8], mmn[8];
     libalgo_get_dh_value(&dh);
