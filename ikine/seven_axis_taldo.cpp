@@ -134,7 +134,7 @@ int TaldoArm::hidden_points(double a, double b, double* out, int cap, int* budge
 // [-1, 1] between them unseen: bisect until it is caught or ruled out. Where
 // s5 is large and steep over the whole interval (u4 near zero) every half
 // stays suspect, so the evaluations are budgeted: without a budget that case
-// costs 2^25 of them, seconds for one solve.
+// costs up to 2^25 of them, half a second or more for one solve.
 void TaldoArm::hidden_between(double a, unsigned ea, const double* sa, double b, unsigned eb, const double* sb,
                               int depth, int* evals, double* out, int cap, int* n) const {
     if (*n >= cap || depth > 24 || *evals <= 0) return;
