@@ -43,6 +43,23 @@ void BM_forward_kinematics_frames(benchmark::State &state, uint32_t type) {
     }
 }
 
+// The Pose conversion alone (quaternion and Euler angles of a transform), on
+// the flange transforms of the same vectors: the part of forward_kinematics
+// that no frame setting removes. fk_e plus this is the least the pose entry
+// can cost.
+void BM_pose_of_transform(benchmark::State &state, uint32_t type) {
+    const auto &q = joint_samples(type);
+    select_model(type);
+    std::vector<Matrix> flanges(q.size());
+    for (size_t n = 0; n < q.size(); ++n) forward_kinematics_e(&flanges[n], q[n].data());
+    size_t i = 0;
+    for (auto _ : state) {
+        Pose p = transformation_matrix_to_pose(flanges[i]);
+        benchmark::DoNotOptimize(p);
+        if (++i == flanges.size()) i = 0;
+    }
+}
+
 void BM_kin_universal_Twt(benchmark::State &state, uint32_t type) {
     Cycle samples(joint_samples(type));
     select_model(type);
@@ -101,6 +118,7 @@ const bool registered = [] {
         benchmark::RegisterBenchmark(("kin_universal_Twt/" + name).c_str(), BM_kin_universal_Twt,
                                      type);
     }
+    benchmark::RegisterBenchmark("fk_floor/pose_of_transform", BM_pose_of_transform, ROBOT_VESK);
     return true;
 }();
 

@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bench_common.hpp"
+#include "math/batch_trig.hpp"
 
 namespace {
 
@@ -48,6 +49,39 @@ void BM_inverse_kinematics(benchmark::State &state, uint32_t type, uint8_t is_eu
     state.counters["solved"] = calls ? static_cast<double>(solved) / calls : 0.0;
 }
 
+#if TOVA_BATCH_X86_KERNELS
+// The nine dependent trigonometric stages of a vesk solve (shoulder heading,
+// sincos of joint 1, elbow, sincos of joint 3, upper arm, sincos of joints
+// 2 + 3, wrist, sincos of joint 4, joint 5) with the solver's own exact kernels
+// and nothing else between them. No solve whose results stay those of the C
+// library can take less than this; compare it with ik/vesk and kdl_fk/vesk.
+using namespace tova::batch_detail;
+__attribute__((target("avx2,fma"))) float vesk_trig_chain(float px, float py) {
+    const float h = std::atan2(px, py);
+    __m128 s, c;
+    sincosf4_exact(_mm_setr_ps(h, h - 3.0f, h, h - 3.0f), s, c);
+    __m256 a = atan2f8_exact(_mm256_set_m128(s, s), _mm256_set_m128(c, _mm_sub_ps(_mm_setzero_ps(), c)));
+    for (int stage = 0; stage < 3; ++stage) {
+        sincosf4_exact(_mm256_castps256_ps128(a), s, c);
+        a = atan2f8_exact(_mm256_set_m128(c, s), _mm256_set_m128(s, c));
+    }
+    return _mm256_cvtss_f32(a);
+}
+
+void BM_vesk_trig_chain(benchmark::State &state) {
+    if (!tova::batch_kernels_active()) {
+        state.SkipWithError("the vector kernels are not in use on this machine");
+        return;
+    }
+    const auto &poses = poses_of(ROBOT_VESK, false).poses;
+    size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(vesk_trig_chain(poses[i].x, poses[i].y));
+        if (++i == poses.size()) i = 0;
+    }
+}
+#endif
+
 void BM_plugin_vesk(benchmark::State &state) {
     const auto &q = joint_samples(ROBOT_VESK);
     select_model(ROBOT_VESK);
@@ -71,6 +105,9 @@ const bool registered = [] {
     // the same with tool, work and install frames set
     benchmark::RegisterBenchmark("ik_frames/vesk", BM_inverse_kinematics, ROBOT_VESK, uint8_t{0}, true);
     benchmark::RegisterBenchmark("ik_plugin/vesk", BM_plugin_vesk);
+#if TOVA_BATCH_X86_KERNELS
+    benchmark::RegisterBenchmark("ik_floor/vesk_trig_chain", BM_vesk_trig_chain);
+#endif
     return true;
 }();
 
