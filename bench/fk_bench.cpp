@@ -45,8 +45,8 @@ void BM_forward_kinematics_frames(benchmark::State &state, uint32_t type) {
 
 // The Pose conversion alone (quaternion and Euler angles of a transform), on
 // the flange transforms of the same vectors: the part of forward_kinematics
-// that no frame setting removes. fk_e plus this is the least the pose entry
-// can cost.
+// that no frame setting removes. fk_e plus this is about the least the pose
+// entry can cost.
 void BM_pose_of_transform(benchmark::State &state, uint32_t type) {
     const auto &q = joint_samples(type);
     select_model(type);
