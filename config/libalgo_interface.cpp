@@ -6,14 +6,36 @@
 #include <cmath>
 #include <cstring>
 
+#include "config/config_generation.hpp"
 #include "config/model_catalogue.hpp"
 
 namespace {
 
-RobotConfig robot;
-// Snapshots taken at the end of every successful model selection.
-DhTable dh_default;
-DynamicsParams dyn_param_default;
+struct Store {
+    RobotConfig robot;
+    // Snapshots taken at the end of every successful model selection.
+    DhTable dh_default;
+    DynamicsParams dyn_param_default;
+};
+Store store;
+uint64_t generation = 1;
+
+// The only writable way into the store besides the feedback update. It moves
+// the generation on, so no setter can change a value the kinematics keep a
+// copy of without invalidating that copy. The names below are read-only
+// views: a write through them does not compile.
+Store &edit() {
+    ++generation;
+    return store;
+}
+// The per-cycle values (feedback, planning joints), written every control
+// cycle, leave the generation alone: else no kept copy would ever be reused.
+// Only those two setters write through this, and never a value that the
+// kinematics keep a copy of.
+RobotConfig &cycle_data() { return store.robot; }
+const RobotConfig &robot = store.robot;
+const DhTable &dh_default = store.dh_default;
+const DynamicsParams &dyn_param_default = store.dyn_param_default;
 
 constexpr int kJointSlots = 8;
 // The f32 value 9.81 widened to double; the gravity formulas use it so.
@@ -92,22 +114,25 @@ size_t link_dynamics_count() { return static_cast<size_t>(robot.dof) * 10; }
 
 }  // namespace
 
+uint64_t tova::config_generation() { return generation; }
+
 extern "C" {
 
 /* ---- model selection ---- */
 
 int32_t libalgo_set_robot_and_sensor_type(uint32_t robot_type, uint32_t sensor_type) {
-    std::memset(&robot, 0, sizeof robot);
-    robot.control_loop_period = 0.002f;
-    robot.gravity_acc[0] = 0.0f;
-    robot.gravity_acc[1] = 0.0f;
-    robot.gravity_acc[2] = -9.81f;
+    RobotConfig &rc = edit().robot;
+    std::memset(&rc, 0, sizeof rc);
+    rc.control_loop_period = 0.002f;
+    rc.gravity_acc[0] = 0.0f;
+    rc.gravity_acc[1] = 0.0f;
+    rc.gravity_acc[2] = -9.81f;
     // Stored before any check: a refused selection still reports what was asked.
-    robot.robot_type = robot_type;
-    robot.sensor_type = sensor_type;
-    robot.tool_cs_matrix = identity4();
-    robot.work_cs_to_base_matrix = identity4();
-    robot.install_angle_matrix = identity4();
+    rc.robot_type = robot_type;
+    rc.sensor_type = sensor_type;
+    rc.tool_cs_matrix = identity4();
+    rc.work_cs_to_base_matrix = identity4();
+    rc.install_angle_matrix = identity4();
     return lib_internal_set_robot_default_config(robot_type, sensor_type);
 }
 
@@ -122,11 +147,12 @@ uint32_t libalgo_get_sensor_type(void) { return robot.sensor_type; }
 int32_t libalgo_get_rbt_dof(void) { return robot.dof; }
 
 int32_t lib_internal_set_robot_default_config(uint32_t robot_type, uint32_t sensor_type) {
-    if (tova::load_model_defaults(robot, robot_type, sensor_type) != 0) {
+    Store &st = edit();
+    if (tova::load_model_defaults(st.robot, robot_type, sensor_type) != 0) {
         return -1;
     }
-    dh_default = robot.dh;
-    dyn_param_default = robot.dynamics;
+    st.dh_default = st.robot.dh;
+    st.dyn_param_default = st.robot.dynamics;
     return 0;
 }
 
@@ -134,20 +160,22 @@ int32_t lib_internal_set_robot_default_config(uint32_t robot_type, uint32_t sens
 
 // Seven joints only: entry 7 is spare and keeps whatever it held.
 void libalgo_set_dh_params(const DhTable *dh) {
+    RobotConfig &rc = edit().robot;
     for (int j = 0; j < 7; ++j) {
-        robot.dh.d[j] = dh->d[j];
-        robot.dh.a[j] = dh->a[j];
-        robot.dh.alpha[j] = dh->alpha[j];
-        robot.dh.offset[j] = dh->offset[j];
+        rc.dh.d[j] = dh->d[j];
+        rc.dh.a[j] = dh->a[j];
+        rc.dh.alpha[j] = dh->alpha[j];
+        rc.dh.offset[j] = dh->offset[j];
     }
 }
 
 void libalgo_set_dh_compensation_value(const DhTable *dh) {
+    RobotConfig &rc = edit().robot;
     for (int j = 0; j < 7; ++j) {
-        robot.dh.d_compensation[j] = dh->d_compensation[j];
-        robot.dh.a_compensation[j] = dh->a_compensation[j];
-        robot.dh.alpha_compensation[j] = dh->alpha_compensation[j];
-        robot.dh.offset_compensation[j] = dh->offset_compensation[j];
+        rc.dh.d_compensation[j] = dh->d_compensation[j];
+        rc.dh.a_compensation[j] = dh->a_compensation[j];
+        rc.dh.alpha_compensation[j] = dh->alpha_compensation[j];
+        rc.dh.offset_compensation[j] = dh->offset_compensation[j];
     }
 }
 
@@ -162,7 +190,10 @@ void libalgo_get_dh_compensation_value(DhTable *out) {
 
 void libalgo_get_dh_value(DhTable *out) { *out = robot.dh; }
 
-void libalgo_set_dh_params_default(void) { robot.dh = dh_default; }
+void libalgo_set_dh_params_default(void) {
+    Store &st = edit();
+    st.robot.dh = st.dh_default;
+}
 
 void libalgo_get_dh_params_default(DhTable *out) { *out = dh_default; }
 
@@ -188,14 +219,15 @@ int32_t libalgo_check_dh_params_is_default(void) {
 /* ---- frames, payload, installation ---- */
 
 void libalgo_set_robot_install_angle(const float angle[3]) {
-    copy_floats(robot.install_angle, angle);
+    RobotConfig &rc = edit().robot;
+    copy_floats(rc.install_angle, angle);
     const double rx = angle[0];
     const double ry = angle[1];
-    robot.gravity_acc[0] = static_cast<float>(std::sin(ry) * kGravity);
-    robot.gravity_acc[1] = static_cast<float>(std::cos(ry) * -kGravity * std::sin(rx));
-    robot.gravity_acc[2] = static_cast<float>(std::cos(rx) * -kGravity * std::cos(ry));
+    rc.gravity_acc[0] = static_cast<float>(std::sin(ry) * kGravity);
+    rc.gravity_acc[1] = static_cast<float>(std::cos(ry) * -kGravity * std::sin(rx));
+    rc.gravity_acc[2] = static_cast<float>(std::cos(rx) * -kGravity * std::cos(ry));
     const float rotation_only[6] = {0.0f, 0.0f, 0.0f, angle[0], angle[1], angle[2]};
-    robot.install_angle_matrix = pose_to_matrix(rotation_only);
+    rc.install_angle_matrix = pose_to_matrix(rotation_only);
 }
 
 void libalgo_get_robot_install_angle(float angle[3]) { copy_floats(angle, robot.install_angle); }
@@ -205,8 +237,9 @@ void libalgo_get_robot_install_angle_matrix(Matrix *out) { *out = robot.install_
 void libalgo_get_robot_gravity_acc(float gravity[3]) { copy_floats(gravity, robot.gravity_acc); }
 
 void libalgo_set_tool_cs_params(const float params[6]) {
-    copy_floats(robot.tool_cs_params, params);
-    robot.tool_cs_matrix = pose_to_matrix(params);
+    RobotConfig &rc = edit().robot;
+    copy_floats(rc.tool_cs_params, params);
+    rc.tool_cs_matrix = pose_to_matrix(params);
 }
 
 void libalgo_get_tool_cs_params(float params[6]) { copy_floats(params, robot.tool_cs_params); }
@@ -214,15 +247,16 @@ void libalgo_get_tool_cs_params(float params[6]) { copy_floats(params, robot.too
 void libalgo_get_tool_cs_matrix(Matrix *out) { *out = robot.tool_cs_matrix; }
 
 void libalgo_set_work_cs_params(const float params[6]) {
-    copy_floats(robot.work_cs_params, params);
-    robot.work_cs_to_base_matrix = rigid_inverse(pose_to_matrix(params));
+    RobotConfig &rc = edit().robot;
+    copy_floats(rc.work_cs_params, params);
+    rc.work_cs_to_base_matrix = rigid_inverse(pose_to_matrix(params));
 }
 
 void libalgo_get_work_cs_params(float params[6]) { copy_floats(params, robot.work_cs_params); }
 
 void libalgo_get_work_cs_to_base_matrix(Matrix *out) { *out = robot.work_cs_to_base_matrix; }
 
-void libalgo_set_payload_params(const float params[11]) { copy_floats(robot.payload, params); }
+void libalgo_set_payload_params(const float params[11]) { copy_floats(edit().robot.payload, params); }
 
 void libalgo_get_payload_params(float params[11]) { copy_floats(params, robot.payload); }
 
@@ -230,7 +264,7 @@ void libalgo_get_payload_params(float params[11]) { copy_floats(params, robot.pa
 
 void libalgo_set_joint_config(int16_t index, const JointConfig *config) {
     if (is_joint_slot(index)) {
-        robot.joint_config[index] = *config;
+        edit().robot.joint_config[index] = *config;
     }
 }
 
@@ -243,19 +277,23 @@ void libalgo_get_joint_config(int16_t index, JointConfig *out) {
 }
 
 void libalgo_set_jointlim_max(const float limits[8]) {
-    for (int j = 0; j < kJointSlots; ++j) robot.joint_config[j].jointlim_max = limits[j];
+    RobotConfig &rc = edit().robot;
+    for (int j = 0; j < kJointSlots; ++j) rc.joint_config[j].jointlim_max = limits[j];
 }
 
 void libalgo_set_jointlim_min(const float limits[8]) {
-    for (int j = 0; j < kJointSlots; ++j) robot.joint_config[j].jointlim_min = limits[j];
+    RobotConfig &rc = edit().robot;
+    for (int j = 0; j < kJointSlots; ++j) rc.joint_config[j].jointlim_min = limits[j];
 }
 
 void libalgo_set_joint_vel_maxlim(const float limits[8]) {
-    for (int j = 0; j < kJointSlots; ++j) robot.joint_config[j].vel_maxlim = limits[j];
+    RobotConfig &rc = edit().robot;
+    for (int j = 0; j < kJointSlots; ++j) rc.joint_config[j].vel_maxlim = limits[j];
 }
 
 void libalgo_set_joint_acc_maxlim(const float limits[8]) {
-    for (int j = 0; j < kJointSlots; ++j) robot.joint_config[j].acc_maxlim = limits[j];
+    RobotConfig &rc = edit().robot;
+    for (int j = 0; j < kJointSlots; ++j) rc.joint_config[j].acc_maxlim = limits[j];
 }
 
 void libalgo_get_jointlim_max(float limits[8]) {
@@ -284,11 +322,12 @@ void libalgo_get_modeling_jointlim_min(float limits[8]) {
 }
 
 void libalgo_set_joint_direction(const float *direction) {
-    for (int j = 0; j < robot.dof; ++j) {
+    RobotConfig &rc = edit().robot;
+    for (int j = 0; j < rc.dof; ++j) {
         if (direction[j] > 0.0f) {
-            robot.joint_direction[j] = 1.0f;
+            rc.joint_direction[j] = 1.0f;
         } else if (direction[j] < 0.0f) {
-            robot.joint_direction[j] = -1.0f;
+            rc.joint_direction[j] = -1.0f;
         }  // exactly 0 (or NaN) keeps the stored direction
     }
 }
@@ -298,18 +337,19 @@ void libalgo_get_joint_direction(float direction[7]) {
 }
 
 void libalgo_update_feedback_data(const RobotFeedback *feedback) {
-    robot.feedback = *feedback;
-    for (int j = 0; j < robot.dof; ++j) {
-        robot.feedback.joint_vector_a[j] = feedback->joint_vector_a[j] + robot.dh.offset[j];
-        robot.feedback.joint_vector_b[j] = feedback->joint_vector_b[j] + robot.dh.offset[j];
-        robot.trajectory_planning_joint_cur[j] = feedback->joint_vector_b[j];
+    RobotConfig &rc = cycle_data();
+    rc.feedback = *feedback;
+    for (int j = 0; j < rc.dof; ++j) {
+        rc.feedback.joint_vector_a[j] = feedback->joint_vector_a[j] + rc.dh.offset[j];
+        rc.feedback.joint_vector_b[j] = feedback->joint_vector_b[j] + rc.dh.offset[j];
+        rc.trajectory_planning_joint_cur[j] = feedback->joint_vector_b[j];
     }
 }
 
 void libalgo_get_robot_feedback_data(RobotFeedback *out) { *out = robot.feedback; }
 
 void libalgo_set_trajectory_planning_joint_cmd(const float joints[8]) {
-    copy_floats(robot.trajectory_planning_joint_cmd, joints);
+    copy_floats(cycle_data().trajectory_planning_joint_cmd, joints);
 }
 
 void libalgo_get_trajectory_planning_joint_cmd(float joints[8]) {
@@ -323,7 +363,7 @@ void libalgo_get_trajectory_planning_joint_cur(float joints[8]) {
 /* ---- dynamics and other settings ---- */
 
 void libalgo_set_link_dynamics_params(const float *params) {
-    std::memcpy(robot.dynamics.link_dynamics, params, link_dynamics_count() * sizeof(float));
+    std::memcpy(edit().robot.dynamics.link_dynamics, params, link_dynamics_count() * sizeof(float));
 }
 
 void libalgo_get_link_dynamics_params(float *params) {
@@ -331,7 +371,7 @@ void libalgo_get_link_dynamics_params(float *params) {
 }
 
 void libalgo_set_link_dynamics_params_default(void) {
-    std::memcpy(robot.dynamics.link_dynamics, dyn_param_default.link_dynamics,
+    std::memcpy(edit().robot.dynamics.link_dynamics, dyn_param_default.link_dynamics,
                 link_dynamics_count() * sizeof(float));
 }
 
@@ -342,28 +382,30 @@ void libalgo_get_link_dynamics_params_default(float *params) {
 void libalgo_get_dynamics_params(DynamicsParams *out) { *out = robot.dynamics; }
 
 void libalgo_set_dynamics_identification_params(const float params[49]) {
-    std::memcpy(robot.dynamics.identification_group_3, params, 35 * sizeof(float));
-    std::memcpy(robot.dynamics.identification_group_2, params + 35, 7 * sizeof(float));
-    std::memcpy(robot.dynamics.identification_group_1, params + 42, 7 * sizeof(float));
+    DynamicsParams &dyn = edit().robot.dynamics;
+    std::memcpy(dyn.identification_group_3, params, 35 * sizeof(float));
+    std::memcpy(dyn.identification_group_2, params + 35, 7 * sizeof(float));
+    std::memcpy(dyn.identification_group_1, params + 42, 7 * sizeof(float));
 }
 
 // Only factor A is clamped (a near-zero A would cancel the regulation);
 // factor B is kept as given.
 void libalgo_set_drag_regulation_factor(const float factors[14]) {
-    std::memcpy(robot.dynamics.drag_regulation_factor_a, factors, 7 * sizeof(float));
-    std::memcpy(robot.dynamics.drag_regulation_factor_b, factors + 7, 7 * sizeof(float));
-    for (int j = 0; j < robot.dof; ++j) {
-        if (std::fabs(robot.dynamics.drag_regulation_factor_a[j]) < 0.001f) {
-            robot.dynamics.drag_regulation_factor_a[j] = 1.0f;
+    RobotConfig &rc = edit().robot;
+    std::memcpy(rc.dynamics.drag_regulation_factor_a, factors, 7 * sizeof(float));
+    std::memcpy(rc.dynamics.drag_regulation_factor_b, factors + 7, 7 * sizeof(float));
+    for (int j = 0; j < rc.dof; ++j) {
+        if (std::fabs(rc.dynamics.drag_regulation_factor_a[j]) < 0.001f) {
+            rc.dynamics.drag_regulation_factor_a[j] = 1.0f;
         }
     }
 }
 
-void libalgo_set_control_loop_period(float period) { robot.control_loop_period = period; }
+void libalgo_set_control_loop_period(float period) { edit().robot.control_loop_period = period; }
 
 float libalgo_get_control_loop_period(void) { return robot.control_loop_period; }
 
-void libalgo_set_tcp_config(const float config[4]) { copy_floats(robot.tcp_config, config); }
+void libalgo_set_tcp_config(const float config[4]) { copy_floats(edit().robot.tcp_config, config); }
 
 void libalgo_get_tcp_config(float config[4]) { copy_floats(config, robot.tcp_config); }
 
@@ -371,14 +413,14 @@ int32_t libalgo_set_safety_level(uint16_t level) {
     if (level > 8) {
         return -1;
     }
-    robot.safety_level = level;
+    edit().robot.safety_level = level;
     return 0;
 }
 
 uint16_t libalgo_get_safety_level(void) { return robot.safety_level; }
 
 void libalgo_set_user_collision_threshold(const float thresholds[21]) {
-    copy_floats(robot.user_collision_threshold, thresholds);
+    copy_floats(edit().robot.user_collision_threshold, thresholds);
 }
 
 void libalgo_get_user_collision_threshold(float thresholds[21]) {
@@ -389,18 +431,18 @@ int32_t libalgo_set_system_all_dof(int32_t all_dof) {
     if (all_dof < robot.dof) {
         return -1;
     }
-    robot.system_all_dof = all_dof;
+    edit().robot.system_all_dof = all_dof;
     return 0;
 }
 
 int32_t libalgo_get_system_all_dof(void) { return robot.system_all_dof; }
 
-void libalgo_set_is_avoid_Singularity(uint32_t flag) { robot.is_avoid_singularity = flag; }
+void libalgo_set_is_avoid_Singularity(uint32_t flag) { edit().robot.is_avoid_singularity = flag; }
 
 uint32_t libalgo_get_is_avoid_Singularity(void) { return robot.is_avoid_singularity; }
 
 int32_t libalgo_set_dynamics_model_type(int32_t type) {
-    robot.dynamics_model_type = type == 2 ? 2 : 1;
+    edit().robot.dynamics_model_type = type == 2 ? 2 : 1;
     return 1;
 }
 

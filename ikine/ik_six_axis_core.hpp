@@ -25,6 +25,7 @@
 #include <initializer_list>
 #include <type_traits>
 
+#include "config/config_generation.hpp"
 #include "config/libalgo_interface.h"
 #include "math/batch_trig.hpp"
 #include "ikine/ik_lanes.hpp"
@@ -87,6 +88,10 @@ struct SixAxisState {
     float inv_angle[8];  // best solution in solver space; survives resets
     // Inverses of the work, tool and shoulder frames, kept between calls.
     InverseMemo work_inverse, tool_inverse, shoulder_inverse;
+    // Configuration generation of the last snapshot_config: while it is still
+    // current, the snapshots above hold exactly what the getters return.
+    // Whoever stores anything else in them resets it to kNoConfigGeneration.
+    uint64_t snapshot_generation = kNoConfigGeneration;
 };
 
 // Clears every per-call working value (inv_angle, frames and snapshots stay).
@@ -120,18 +125,33 @@ inline void load_noa(SixAxisState &s, const Transform &t) {
     s.nz = t.row[2][0]; s.oz = t.row[2][1]; s.az = t.row[2][2]; s.pz = t.row[2][3];
 }
 
+// The configuration copies of a state are skipped while they were taken at
+// `generation`, the caller's config_generation(). The caller passes it
+// because tova-kin also compiles this header and links the shared library,
+// which does not export config_generation(). kNoConfigGeneration (the
+// default) always copies.
+inline bool snapshot_is_current(const SixAxisState &s, uint64_t generation) {
+    return generation != kNoConfigGeneration && s.snapshot_generation == generation;
+}
+
 // T_BT = inverse(work-to-base) x pose; the orientation from the Euler angles
 // when is_euler is 1, else from the quaternion as given.
-inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler) {
-    libalgo_get_work_cs_to_base_matrix(&s.Twork2base);
+inline void load_target(SixAxisState &s, const Pose &pose, uint8_t is_euler,
+                        uint64_t generation = kNoConfigGeneration) {
+    // Only snapshot_config marks the state: marking here would make the
+    // snapshot that follows in prepare_entry skip its copies.
+    if (!snapshot_is_current(s, generation)) libalgo_get_work_cs_to_base_matrix(&s.Twork2base);
     Pose p = pose;
     if (is_euler == 1) p.quaternion = euler_to_quat(p.euler);
     const Matrix target = transform_from_pose_quat(p);
     store_transform(s.work_inverse.before(s.Twork2base, load_transform(target)), s.T_BT);
 }
 
-// Per-call snapshot of the configuration the solvers read.
-inline void snapshot_config(SixAxisState &s) {
+// Per-call snapshot of the configuration the solvers read, skipped while the
+// configuration is unchanged since the last one.
+inline void snapshot_config(SixAxisState &s, uint64_t generation = kNoConfigGeneration) {
+    if (snapshot_is_current(s, generation)) return;
+    s.snapshot_generation = generation;
     libalgo_get_robot_install_angle_matrix(&s.T_base);
     libalgo_get_dh_value(&s.robot_dh);
     libalgo_get_tool_cs_matrix(&s.Ttool_frame);
@@ -157,14 +177,15 @@ inline void prepare_joints(const float *q_current, uint32_t robot_type, float q[
 }
 
 // The entry's preparation, in its order: reset, target T_BT, joint copy with
-// the wrap clamp, configuration snapshots. Returns the robot type in force.
+// the wrap clamp, configuration snapshots (see snapshot_is_current for
+// `generation`). Returns the robot type in force.
 inline uint32_t prepare_entry(SixAxisState &s, const float *q_current, const Pose &pose,
-                              uint8_t is_euler, float q[8]) {
+                              uint8_t is_euler, float q[8], uint64_t generation = kNoConfigGeneration) {
     reset_working_values(s);
-    load_target(s, pose, is_euler);
+    load_target(s, pose, is_euler, generation);
     const uint32_t type = libalgo_get_robot_type();
     prepare_joints(q_current, type, q);
-    snapshot_config(s);
+    snapshot_config(s, generation);
     return type;
 }
 
@@ -548,6 +569,7 @@ int32_t solve_lumo_scheme(const SixAxisState &s, LateralArm arm_kind, const floa
 // installation or work frame); the tool frame is the configured one or none.
 inline void plugin_setup(SixAxisState &s, const Matrix &target, bool with_tool) {
     reset_working_values(s);
+    s.snapshot_generation = kNoConfigGeneration;  // identity frames are not the configuration's
     s.T_BT = target;
     s.T_base = fm_identity<Matrix>(4);
     s.Twork2base = fm_identity<Matrix>(4);

@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "config/config_generation.hpp"
 #include "config/libalgo_interface.h"
 #include "ikine/ik_six_axis_core.hpp"
 #include "ikine/ikine_quell.h"
@@ -33,7 +34,9 @@ void pose_n_o_a(const Matrix *m) { tova::ik::load_noa(ik_working_state, *m); }
 
 int32_t inverse_kinematics(const float *q_current, const Pose *pose, float *q_out, uint8_t is_euler) {
     float q[8];
-    const uint32_t type = tova::ik::prepare_entry(ik_working_state, q_current, *pose, is_euler, q);
+    // The kept state copies the configuration only after it changed.
+    const uint32_t type =
+        tova::ik::prepare_entry(ik_working_state, q_current, *pose, is_euler, q, tova::config_generation());
     switch (type) {
     case ROBOT_VESK:
         return inverse_kinematics_vesk(q, q_out);

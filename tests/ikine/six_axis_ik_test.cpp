@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ik_reference.hpp"
+#include "config/config_generation.hpp"
 #include "ikine/ik_six_axis_core.hpp"
 
 namespace {
@@ -332,6 +333,53 @@ TEST_F(SixAxisIk, EntryDispatchClampAndCarryOver) {
         EXPECT_EQ(ikine(t, 0, 0, lim, lim, &P.data[0][0], q.data(), w), -4);
         EXPECT_EQ(w[0], 7.0f);
     }
+}
+
+// The entry keeps its configuration snapshot between calls: after each kind
+// of change it reads, the kept state answers bit for bit like a fresh one,
+// whose answer has moved and still meets the target under the new
+// configuration. The per-cycle updates (feedback, planning joints) leave the
+// generation alone.
+TEST_F(SixAxisIk, EntryFollowsEveryConfigurationChange) {
+    const Q q{0.2f, 0.3f, 0.7f, 0.4f, 0.8f, -0.3f};
+    const float tool[6] = {0.01f, -0.02f, 0.04f, 0.1f, -0.2f, 0.3f}, work[6] = {0.03f, -0.02f, 0.01f, 0.05f, 0.02f, -0.1f},
+                install[3] = {0.04f, -0.03f, 0.2f};
+    for (uint32_t t : {ROBOT_VESK, ROBOT_LUMO_C})
+        for (int change = 0; change < 6; ++change) {
+            SCOPED_TRACE(::testing::Message() << "type " << t << " change " << change);
+            select(t);
+            const Pose target = fk(q.data());
+            float before[8], warm[8], cold[8], qs[8], b[8];
+            ASSERT_EQ(inverse_kinematics(q.data(), &target, before, 0), 0);
+            const uint64_t generation = tova::config_generation();
+            RobotFeedback feedback{};
+            feedback.joint_vector_a[0] = feedback.joint_vector_b[1] = 0.5f;
+            libalgo_update_feedback_data(&feedback);
+            libalgo_set_trajectory_planning_joint_cmd(feedback.joint_vector_a);
+            EXPECT_EQ(tova::config_generation(), generation);
+            const bool lower = t == ROBOT_VESK;  // which bound of joint 6 moves past the solution
+            switch (change) {
+            case 0: libalgo_set_tool_cs_params(tool); break;
+            case 1: libalgo_set_work_cs_params(work); break;
+            case 2: libalgo_set_robot_install_angle(install); break;
+            case 3: dh.d[3] += 0.01f; libalgo_set_dh_params(&dh); break;
+            case 4:
+                (lower ? libalgo_get_jointlim_min : libalgo_get_jointlim_max)(b);
+                b[5] = q[5] + (lower ? 0.5f : -0.5f);
+                (lower ? libalgo_set_jointlim_min : libalgo_set_jointlim_max)(b);
+                break;
+            case 5: libalgo_set_robot_and_sensor_type(t, 2); break;  // another flange length
+            }
+            EXPECT_NE(tova::config_generation(), generation);
+            const int32_t rc = inverse_kinematics(q.data(), &target, warm, 0);
+            SixAxisState fresh{};
+            const int32_t cold_rc = solve_six_axis(fresh, prepare_entry(fresh, q.data(), target, 0, qs), false, qs, cold);
+            ASSERT_EQ(cold_rc, change == 4 ? -2 : 0);
+            EXPECT_EQ(rc, cold_rc);
+            EXPECT_EQ(std::memcmp(warm, cold, 6 * sizeof(float)), 0);
+            EXPECT_TRUE(change == 4 || std::memcmp(before, cold, 6 * sizeof(float)) != 0);
+            EXPECT_TRUE(change == 4 || ikref::gap(target, fk(cold)) < 1e-4);
+        }
 }
 
 TEST_F(SixAxisIk, IkineResetsTheConfigurationAndSetsTheSevenAxisSearch) {
