@@ -5,7 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bench_common.hpp"
-#include "math/batch_trig.hpp"
+#include "math/lane_trig.hpp"
 
 namespace {
 
@@ -52,25 +52,27 @@ void BM_inverse_kinematics(benchmark::State &state, uint32_t type, uint8_t is_eu
 #if TOVA_BATCH_X86_KERNELS
 // The nine dependent trigonometric stages of a vesk solve (shoulder heading,
 // sincos of joint 1, elbow, sincos of joint 3, upper arm, sincos of joints
-// 2 + 3, wrist, sincos of joint 4, joint 5) with the solver's own exact kernels
-// and nothing else between them. No solve whose results stay those of the C
-// library can take less than this; compare it with ik/vesk and kdl_fk/vesk.
-using namespace tova::batch_detail;
+// 2 + 3, wrist, sincos of joint 4, joint 5) with the solver's own kernels and
+// nothing else between them: the least a solve can take; compare it with
+// ik/vesk and kdl_fk/vesk.
+using tova::lane_trig::F4;
+using tova::lane_trig::F8;
 __attribute__((target("avx2,fma"))) float vesk_trig_chain(float px, float py) {
-    const float h = std::atan2(px, py);
-    __m128 s, c;
-    sincosf4_exact(_mm_setr_ps(h, h - 3.0f, h, h - 3.0f), s, c);
-    __m256 a = atan2f8_exact(_mm256_set_m128(s, s), _mm256_set_m128(c, _mm_sub_ps(_mm_setzero_ps(), c)));
+    using namespace tova::lane_trig::avx2;
+    const float h = atan2_lanes(F4{} + px, F4{} + py)[0];
+    F4 s, c;
+    sincos_lanes(F4{h, h - 3.0f, h, h - 3.0f}, s, c);
+    F8 a = atan2_lanes(F8(_mm256_set_m128(s, s)), F8(_mm256_set_m128(c, -c)));
     for (int stage = 0; stage < 3; ++stage) {
-        sincosf4_exact(_mm256_castps256_ps128(a), s, c);
-        a = atan2f8_exact(_mm256_set_m128(c, s), _mm256_set_m128(s, c));
+        sincos_lanes(F4(_mm256_castps256_ps128(a)), s, c);
+        a = atan2_lanes(F8(_mm256_set_m128(c, s)), F8(_mm256_set_m128(s, c)));
     }
-    return _mm256_cvtss_f32(a);
+    return a[0];
 }
 
 void BM_vesk_trig_chain(benchmark::State &state) {
-    if (!tova::batch_kernels_active()) {
-        state.SkipWithError("the vector kernels are not in use on this machine");
+    if (!tova::lane_trig::wide_lanes()) {
+        state.SkipWithError("this CPU has no AVX2 and FMA");
         return;
     }
     const auto &poses = poses_of(ROBOT_VESK, false).poses;

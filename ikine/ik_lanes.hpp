@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "math/lane_trig.hpp"  // TOVA_LANES_INLINE
+
 #if defined(__SSE__)
 #include <xmmintrin.h>
 #endif
@@ -16,8 +18,6 @@ namespace tova::ik {
 
 typedef float F4 __attribute__((vector_size(16)));
 typedef int32_t I4 __attribute__((vector_size(16)));  // lane masks: all ones or zero
-
-#define TOVA_LANES_INLINE inline __attribute__((always_inline))
 
 TOVA_LANES_INLINE F4 splat(float v) { return F4{v, v, v, v}; }
 TOVA_LANES_INLINE F4 pick(I4 mask, F4 yes, F4 no) { return mask ? yes : no; }

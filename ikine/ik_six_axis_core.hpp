@@ -27,7 +27,7 @@
 
 #include "config/config_generation.hpp"
 #include "config/libalgo_interface.h"
-#include "math/batch_trig.hpp"
+#include "math/lane_trig.hpp"
 #include "ikine/ik_lanes.hpp"
 #include "kinematics/frame_product.hpp"
 #include "math/fixed_matrix.hpp"
@@ -249,30 +249,26 @@ TOVA_LANES_INLINE F4 near_ref(F4 v, float ref) {
     return d > kHalfTurn ? v + kTurn : (d < -kHalfTurn ? v - kTurn : v);
 }
 
-// A single arc tangent (the shoulder heading, the wrist re-split) is the C
-// library's own on every instruction set.
-inline float atan2_1(float y, float x) { return std::atan2(y, x); }
-
+// The solver's f32 trigonometry is math/lane_trig.hpp: faithfully rounded
+// and built from correctly rounded operations only, so both copies of the
+// scheme below give the same bits. Each namespace supplies what the scheme
+// calls: atan2_1 (one arc tangent: shoulder heading, re-split), atan2_4,
+// atan2_4x2 (four or twice four lanes) and sincos_4.
 namespace portable {
-// The C library itself.
-TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
-    return F4{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), std::atan2(y[3], x[3])};
-}
+using lane_trig::portable::atan2_lanes;
+using lane_trig::portable::sincos_lanes;
+TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) { return atan2_lanes(y, x); }
 TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
-    r0 = atan2_4(y0, x0);
-    r1 = atan2_4(y1, x1);
+    r0 = atan2_lanes(y0, x0);
+    r1 = atan2_lanes(y1, x1);
 }
-TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
-    for (int i = 0; i < 4; ++i) {
-        s[i] = std::sin(x[i]);
-        c[i] = std::cos(x[i]);
-    }
-}
+TOVA_LANES_INLINE float atan2_1(float y, float x) { return atan2_lanes(splat(y), splat(x))[0]; }
+TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) { sincos_lanes(x, s, c); }
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace portable
 
 #if TOVA_BATCH_X86_KERNELS
-// The same body compiled for AVX2 and FMA, with the vector kernels inlined.
+// The same body compiled for AVX2 and FMA: eight arc tangents per instruction.
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
 #else
@@ -280,22 +276,17 @@ TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
 #pragma GCC target("avx2,fma")
 #endif
 namespace avx2 {
+using lane_trig::avx2::atan2_lanes;
+using lane_trig::avx2::sincos_lanes;
 TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
-    const __m256 r = batch_detail::atan2f8_exact(_mm256_set_m128(y1, y0), _mm256_set_m128(x1, x0));
+    using lane_trig::F8;
+    const F8 r = atan2_lanes(F8(_mm256_set_m128(y1, y0)), F8(_mm256_set_m128(x1, x0)));
     r0 = _mm256_castps256_ps128(r);
     r1 = _mm256_extractf128_ps(r, 1);
 }
-TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) {
-    F4 r0, r1;
-    atan2_4x2(y, x, y, x, r0, r1);
-    return r0;
-}
-TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) {
-    __m128 sv, cv;
-    batch_detail::sincosf4_exact(x, sv, cv);
-    s = sv;
-    c = cv;
-}
+TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) { return atan2_lanes(y, x); }
+TOVA_LANES_INLINE float atan2_1(float y, float x) { return atan2_lanes(splat(y), splat(x))[0]; }
+TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) { sincos_lanes(x, s, c); }
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace avx2
 #if defined(__clang__)
@@ -310,7 +301,7 @@ template <class Observer = NoObserver>
 int32_t solve_vesk_scheme(SixAxisState &s, VeskArm arm_kind, float j6_lower, float j6_upper,
                           uint32_t avoid, const float *q, float *q_out, Observer &&obs = Observer{}) {
 #if TOVA_BATCH_X86_KERNELS
-    if (batch_kernels_active()) return avx2::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
+    if (lane_trig::wide_lanes()) return avx2::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
 #endif
     return portable::vesk_scheme(s, arm_kind, j6_lower, j6_upper, avoid, q, q_out, obs);
 }

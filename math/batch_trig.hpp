@@ -1,30 +1,22 @@
-// Batched f32 arc tangents, sines and cosines, with results bit-identical to
-// the C library's atan2f, sinf and cosf.
+// Batched f32 arc tangents with results bit-identical to the C library's
+// atan2f.
 //
-// Why: one vesk inverse-kinematics solve needs about forty atan2f and twenty
-// sinf/cosf pairs, about as costly as the rest of a solve even when evaluated
-// together, and the library's scalar atan2f branches on its argument, which a
-// stream of unrelated poses mispredicts. The six-axis solver asks for them
-// four arm candidates at a time (two such groups per atan2f call), the Euler
-// extraction of a rotation three angles at a time; on x86-64 with AVX2 and
-// FMA a call is evaluated eight (atan2f) or four (sincosf) lanes per
-// instruction.
+// Why: the Euler extraction of every pose the library returns needs three
+// atan2f, and the library's scalar atan2f branches on its argument, which a
+// stream of unrelated poses mispredicts. On x86-64 with AVX2 and FMA a call is
+// evaluated eight lanes per instruction.
 //
 // How the results stay identical to the library:
 //  * atan2f follows the classic single-precision argument reduction (five
 //    intervals, atan(1/2), atan(1), atan(3/2) and pi/2 split into high and
 //    low parts) and its eleven-term odd polynomial, operation for operation
 //    in f32, without fused multiply-adds.
-//  * sinf/cosf follow the double-precision scheme of the library's FMA
-//    variant: one multiply-subtract reduction by pi/2 (|x| < 120) and the
-//    degree-7 sine / degree-8 cosine polynomials, fused as that variant is.
-//  * Lanes outside the common path (zeros, infinities, NaN, huge quotients,
-//    |x| >= 120) are recomputed with the library itself.
+//  * Lanes outside the common path (zeros, infinities, NaN, huge quotients)
+//    are recomputed with the library itself.
 //  * At first use the kernels are compared with the library on a fixed set of
 //    arguments; on any difference (another C library, another variant), or on
 //    a CPU without AVX2/FMA, every call goes to the library directly.
-//  * tests/math/batch_trig_test.cpp compares millions of arguments; its
-//    exhaustive mode (TOVA_EXHAUSTIVE=1) covers every float of |x| < 120.
+//  * tests/math/batch_trig_test.cpp compares millions of arguments.
 #ifndef TOVA_MATH_BATCH_TRIG_HPP
 #define TOVA_MATH_BATCH_TRIG_HPP
 
@@ -44,13 +36,6 @@ namespace batch_detail {
 inline void scalar_atan2f(const float *y, const float *x, float *out, int n) {
     for (int i = 0; i < n; ++i) out[i] = std::atan2(y[i], x[i]);
 }
-inline void scalar_sincosf(const float *x, float *s, float *c, int n) {
-    for (int i = 0; i < n; ++i) {
-        s[i] = std::sin(x[i]);
-        c[i] = std::cos(x[i]);
-    }
-}
-
 #if TOVA_BATCH_X86_KERNELS
 #define TOVA_BATCH_AVX2 __attribute__((target("avx2,fma")))
 
@@ -187,89 +172,9 @@ TOVA_BATCH_AVX2 inline void simd_atan2f3(const float *y, const float *x, float *
     std::memcpy(out, rb, 3 * sizeof(float));
 }
 
-// ---- sincosf, four lanes ----
-
-// Sine and cosine of four floats; `redo` gets all-ones in lanes for the library.
-TOVA_BATCH_AVX2 inline void sincosf4(__m128 y, __m128 &s_out, __m128 &c_out, __m128i &redo) {
-    const __m128i top12 = _mm_and_si128(_mm_srli_epi32(_mm_castps_si128(y), 20), _mm_set1_epi32(0x7ff));
-    redo = _mm_cmpgt_epi32(top12, _mm_set1_epi32(0x42e));  // |y| >= 120, inf, NaN
-    const __m128i tiny = _mm_cmpgt_epi32(_mm_set1_epi32(0x398), top12);  // |y| < 2^-12
-
-    const __m256d x = _mm256_cvtps_pd(y);
-    // Quadrant: r scaled by 2^24 so that rounding happens in bits 24..31.
-    const __m256d r = _mm256_mul_pd(x, _mm256_set1_pd(0x1.45F306DC9C883p+23));
-    const __m128i ni = _mm_srai_epi32(_mm_add_epi32(_mm256_cvttpd_epi32(r), _mm_set1_epi32(0x800000)), 24);
-    const __m256d nd = _mm256_cvtepi32_pd(ni);
-    const __m256d xr = _mm256_fnmadd_pd(nd, _mm256_set1_pd(0x1.921FB54442D18p0), x);
-    // Sign of the sine in quadrants 1 and 2 (n & 3 in {1, 2}).
-    const __m128i q = _mm_and_si128(ni, _mm_set1_epi32(3));
-    const __m128i flip_s = _mm_or_si128(_mm_cmpeq_epi32(q, _mm_set1_epi32(1)),
-                                        _mm_cmpeq_epi32(q, _mm_set1_epi32(2)));
-    const __m256d flip_sd = _mm256_castsi256_pd(_mm256_cvtepi32_epi64(flip_s));
-    const __m256d xs = _mm256_blendv_pd(xr, _mm256_xor_pd(xr, _mm256_set1_pd(-0.0)), flip_sd);
-    const __m256d x2 = _mm256_mul_pd(xr, xr);
-
-    // sine polynomial
-    const __m256d x3 = _mm256_mul_pd(xs, x2);
-    const __m256d s1 = _mm256_fmadd_pd(x2, _mm256_set1_pd(-0x1.994eb3774cf24p-13),
-                                       _mm256_set1_pd(0x1.1107605230bc4p-7));
-    const __m256d x7 = _mm256_mul_pd(x3, x2);
-    const __m256d sp = _mm256_fmadd_pd(x3, _mm256_set1_pd(-0x1.555545995a603p-3), xs);
-    const __m256d sin_poly = _mm256_fmadd_pd(x7, s1, sp);
-    // cosine polynomial
-    const __m256d x4 = _mm256_mul_pd(x2, x2);
-    const __m256d c2 = _mm256_fmadd_pd(x2, _mm256_set1_pd(0x1.99343027bf8c3p-16),
-                                       _mm256_set1_pd(-0x1.6c087e89a359dp-10));
-    const __m256d c1 = _mm256_fmadd_pd(x2, _mm256_set1_pd(-0x1.ffffffd0c621cp-2), _mm256_set1_pd(1.0));
-    const __m256d x6 = _mm256_mul_pd(x4, x2);
-    const __m256d cc = _mm256_fmadd_pd(x4, _mm256_set1_pd(0x1.55553e1068f19p-5), c1);
-    __m256d cos_poly = _mm256_fmadd_pd(x6, c2, cc);
-    // Quadrants 2 and 3 use the negated cosine polynomial.
-    const __m128i flip_c = _mm_cmpgt_epi32(q, _mm_set1_epi32(1));
-    cos_poly = _mm256_blendv_pd(cos_poly, _mm256_xor_pd(cos_poly, _mm256_set1_pd(-0.0)),
-                                _mm256_castsi256_pd(_mm256_cvtepi32_epi64(flip_c)));
-    // Odd quadrants swap the two polynomials.
-    const __m256d odd = _mm256_castsi256_pd(
-        _mm256_cvtepi32_epi64(_mm_cmpeq_epi32(_mm_and_si128(ni, _mm_set1_epi32(1)), _mm_set1_epi32(1))));
-    const __m128 sv = _mm256_cvtpd_ps(_mm256_blendv_pd(sin_poly, cos_poly, odd));
-    const __m128 cv = _mm256_cvtpd_ps(_mm256_blendv_pd(cos_poly, sin_poly, odd));
-    s_out = _mm_blendv_ps(sv, y, _mm_castsi128_ps(tiny));
-    c_out = _mm_blendv_ps(cv, _mm_set1_ps(1.0f), _mm_castsi128_ps(tiny));
-}
-
-// sincosf4 with its odd lanes recomputed by the library.
-TOVA_BATCH_AVX2 inline void sincosf4_exact(__m128 x, __m128 &s, __m128 &c) {
-    __m128i redo;
-    sincosf4(x, s, c, redo);
-    const int mask = _mm_movemask_ps(_mm_castsi128_ps(redo));
-    if (mask == 0) return;
-    alignas(16) float xb[4], sb[4], cb[4];
-    _mm_store_ps(xb, x);
-    _mm_store_ps(sb, s);
-    _mm_store_ps(cb, c);
-    for (int i = 0; i < 4; ++i)
-        if (mask & (1 << i)) sb[i] = std::sin(xb[i]), cb[i] = std::cos(xb[i]);
-    s = _mm_load_ps(sb);
-    c = _mm_load_ps(cb);
-}
-
-TOVA_BATCH_AVX2 inline void simd_sincosf(const float *x, float *s, float *c, int n) {
-    for (int base = 0; base < n; base += 4) {
-        const int m = n - base < 4 ? n - base : 4;
-        alignas(16) float xb[4] = {0, 0, 0, 0}, sb[4], cb[4];
-        std::memcpy(xb, x + base, sizeof(float) * m);
-        __m128 sv, cv;
-        sincosf4_exact(_mm_load_ps(xb), sv, cv);
-        _mm_store_ps(sb, sv);
-        _mm_store_ps(cb, cv);
-        std::memcpy(s + base, sb, sizeof(float) * m);
-        std::memcpy(c + base, cb, sizeof(float) * m);
-    }
-}
-
 // The kernels are used only where they reproduce this process's C library:
 // the CPU has AVX2 and FMA, and a fixed spread of arguments (all intervals of
-// the atan2f reduction, all quadrants, both signs) gives identical bits.
+// the atan2f reduction, all quadrants) gives identical bits.
 inline bool kernels_match_library() {
     if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma")) return false;
     uint32_t state = 0x9e3779b9u;
@@ -280,7 +185,7 @@ inline bool kernels_match_library() {
         return state;
     };
     for (int round = 0; round < 64; ++round) {
-        float y[16], x[16], a[16], s[16], c[16];
+        float y[16], x[16], a[16];
         for (int i = 0; i < 16; ++i) {
             // magnitudes from 2^-10 to 2^4, both signs
             const float m1 = std::ldexp(static_cast<float>(next() >> 8) * 0x1p-24f, static_cast<int>(next() % 15) - 10);
@@ -289,12 +194,9 @@ inline bool kernels_match_library() {
             x[i] = (next() & 1) ? -m2 : m2;
         }
         simd_atan2f(y, x, a, 16);
-        simd_sincosf(y, s, c, 16);
         for (int i = 0; i < 16; ++i) {
-            const float ra = std::atan2(y[i], x[i]), rs = std::sin(y[i]), rc = std::cos(y[i]);
-            if (std::memcmp(&ra, &a[i], 4) != 0 || std::memcmp(&rs, &s[i], 4) != 0 ||
-                std::memcmp(&rc, &c[i], 4) != 0)
-                return false;
+            const float ra = std::atan2(y[i], x[i]);
+            if (std::memcmp(&ra, &a[i], 4) != 0) return false;
         }
     }
     return true;
@@ -328,14 +230,6 @@ inline void batch_atan2f3(const float y[3], const float x[3], float out[3]) {
     if (batch_detail::use_kernels()) return batch_detail::simd_atan2f3(y, x, out);
 #endif
     batch_detail::scalar_atan2f(y, x, out, 3);
-}
-
-// s[i] = sinf(x[i]), c[i] = cosf(x[i]) for i < n, bit for bit.
-inline void batch_sincosf(const float *x, float *s, float *c, int n) {
-#if TOVA_BATCH_X86_KERNELS
-    if (batch_detail::use_kernels()) return batch_detail::simd_sincosf(x, s, c, n);
-#endif
-    batch_detail::scalar_sincosf(x, s, c, n);
 }
 
 }  // namespace tova

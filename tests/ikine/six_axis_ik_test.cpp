@@ -85,6 +85,7 @@ TEST_F(SixAxisIk, RoundTripEveryModelAndFramesAndPluginEqualsEntry) {
                           : m.type == ROBOT_PIRRA_3 ? plugin_inverse_kinematics_pirra_3
                                                     : plugin_inverse_kinematics_lumo;
             int failures = 0;
+            double worst_joint = 0, worst_pose = 0;
             for (int k = 0; k < n; ++k) {
                 const Q q = sample();
                 Pose target = fk(q.data());
@@ -97,11 +98,16 @@ TEST_F(SixAxisIk, RoundTripEveryModelAndFramesAndPluginEqualsEntry) {
                 double dj = 0;
                 for (int j = 0; j < 6; ++j) dj = std::fmax(dj, std::fabs(out[j] - q[j]));
                 const double dp = ikref::gap(target, fk(out));
+                worst_joint = std::fmax(worst_joint, dj), worst_pose = std::fmax(worst_pose, dp);
                 if (!(rc == 0 && dj <= 1e-3 && dp <= 1e-4) && failures++ < 3)
                     ADD_FAILURE() << m.name << " frames " << framed << " rc " << rc << " joint err " << dj << " pose err " << dp
                                   << " q " << ::testing::PrintToString(q);
                 if (!plugin || euler) continue;
                 for (int j = 0; j < 6; ++j) cur[j] = q[j] + std::uniform_real_distribution<float>(-0.5f, 0.5f)(rng);
+                {  // both from the joints the entry sees after its wrap clamp of joint 6
+                    const Q drawn = {cur[0], cur[1], cur[2], cur[3], cur[4], cur[5]};
+                    prepare_joints(drawn.data(), m.type, cur);
+                }
                 const Matrix P = pose_quat_to_transformation_matrix(target), I = unit_matrix(4);
                 const Matrix flange = matrix_m(&I, &P);  // the entry's T_BT with identity work frame
                 float b[8];
@@ -110,7 +116,47 @@ TEST_F(SixAxisIk, RoundTripEveryModelAndFramesAndPluginEqualsEntry) {
                 ASSERT_TRUE(entry == -1 || std::memcmp(out, b, 6 * sizeof(float)) == 0) << m.name;
             }
             EXPECT_EQ(failures, 0) << m.name << " frames " << framed;
+            if (std::getenv("TOVA_IK_SAMPLES"))
+                std::printf("%-10s frames %d: %d round trips, worst joint error %.2e rad, worst pose error %.2e\n", m.name.c_str(),
+                            framed, n, worst_joint, worst_pose);
         }
+}
+
+// The vesk scheme's two builds (any CPU, AVX2 + FMA) give the same bits:
+// joints, result code and every candidate, on reachable targets from near and
+// far starts, on targets out of reach, with and without the avoid flag.
+TEST_F(SixAxisIk, VeskSchemeBuildsAgreeBitForBit) {
+#if TOVA_BATCH_X86_KERNELS
+    if (!tova::lane_trig::wide_lanes()) GTEST_SKIP() << "no AVX2 and FMA on this CPU";
+    std::uniform_real_distribution<float> shift(-0.6f, 0.6f);
+    for (const uint32_t t : {ROBOT_VESK, ROBOT_PIRRA_2}) {
+        select(t);
+        const VeskArm arm = t == ROBOT_VESK ? VeskArm::vesk : VeskArm::pirra_2;
+        long differ = 0, solved = 0;
+        for (int n = 0; n < 4000; ++n) {
+            const Q q = sample();
+            Pose target = fk(q.data());
+            if (n % 4 == 3) target.x += 3 * shift(rng), target.z += 3 * shift(rng);  // often out of reach
+            Q cur = q;
+            for (int j = 0; j < 6; ++j) cur[j] += n % 2 ? shift(rng) : 1e-3f * shift(rng);
+            const uint32_t avoid = n % 3 == 0;
+            SixAxisState a{}, b{};
+            float qa[8], qb[8], out_a[8] = {}, out_b[8] = {};
+            prepare_entry(a, cur.data(), target, 0, qa);
+            prepare_entry(b, cur.data(), target, 0, qb);
+            NoObserver none;
+            const int32_t ra = portable::vesk_scheme(a, arm, -kVeskJoint6Bound, kVeskJoint6Bound, avoid, qa, out_a, none);
+            const int32_t rb = avx2::vesk_scheme(b, arm, -kVeskJoint6Bound, kVeskJoint6Bound, avoid, qb, out_b, none);
+            solved += ra == 0;
+            differ += ra != rb || std::memcmp(out_a, out_b, sizeof out_a) != 0 ||
+                      std::memcmp(a.theta, b.theta, sizeof a.theta) != 0 || std::memcmp(&a.fit, &b.fit, sizeof a.fit) != 0;
+        }
+        EXPECT_EQ(differ, 0) << "type " << t;
+        EXPECT_GT(solved, 2000) << "type " << t;
+    }
+#else
+    GTEST_SKIP() << "one build only on this architecture";
+#endif
 }
 
 // Every solution the numerical solver finds from random seeds (converged and
