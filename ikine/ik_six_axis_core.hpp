@@ -253,7 +253,7 @@ TOVA_LANES_INLINE F4 near_ref(F4 v, float ref) {
 // and built from correctly rounded operations only, so both copies of the
 // scheme below give the same bits. Each namespace supplies what the scheme
 // calls: atan2_1 (one arc tangent: shoulder heading, re-split), atan2_4,
-// atan2_4x2 (four or twice four lanes) and sincos_4.
+// atan2_4x2 (four or twice four lanes), sincos_4 and sincos_4x2.
 namespace portable {
 using lane_trig::portable::atan2_lanes;
 using lane_trig::portable::sincos_lanes;
@@ -264,6 +264,10 @@ TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
 }
 TOVA_LANES_INLINE float atan2_1(float y, float x) { return atan2_lanes(splat(y), splat(x))[0]; }
 TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) { sincos_lanes(x, s, c); }
+TOVA_LANES_INLINE void sincos_4x2(F4 x0, F4 x1, F4 &s0, F4 &c0, F4 &s1, F4 &c1) {
+    sincos_lanes(x0, s0, c0);
+    sincos_lanes(x1, s1, c1);
+}
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace portable
 
@@ -287,6 +291,13 @@ TOVA_LANES_INLINE void atan2_4x2(F4 y0, F4 x0, F4 y1, F4 x1, F4 &r0, F4 &r1) {
 TOVA_LANES_INLINE F4 atan2_4(F4 y, F4 x) { return atan2_lanes(y, x); }
 TOVA_LANES_INLINE float atan2_1(float y, float x) { return atan2_lanes(splat(y), splat(x))[0]; }
 TOVA_LANES_INLINE void sincos_4(F4 x, F4 &s, F4 &c) { sincos_lanes(x, s, c); }
+TOVA_LANES_INLINE void sincos_4x2(F4 x0, F4 x1, F4 &s0, F4 &c0, F4 &s1, F4 &c1) {
+    using lane_trig::F8;
+    F8 s, c;
+    sincos_lanes(F8(_mm256_set_m128(x1, x0)), s, c);
+    s0 = _mm256_castps256_ps128(s), s1 = _mm256_extractf128_ps(s, 1);
+    c0 = _mm256_castps256_ps128(c), c1 = _mm256_extractf128_ps(c, 1);
+}
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace avx2
 #if defined(__clang__)

@@ -47,6 +47,7 @@ namespace avx2 {
 TOVA_LANES_INLINE F4 fmadd(F4 a, F4 b, F4 c) { return _mm_fmadd_ps(a, b, c); }
 TOVA_LANES_INLINE F8 fmadd(F8 a, F8 b, F8 c) { return _mm256_fmadd_ps(a, b, c); }
 TOVA_LANES_INLINE F4 round_even(F4 x) { return _mm_round_ps(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
+TOVA_LANES_INLINE F8 round_even(F8 x) { return _mm256_round_ps(x, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC); }
 typedef int32_t I4 __attribute__((vector_size(16)));
 typedef int32_t I8 __attribute__((vector_size(32)));
 TOVA_LANES_INLINE bool all_lanes_set(I4 m) { return _mm_movemask_ps(__m128(m)) == 0xF; }
