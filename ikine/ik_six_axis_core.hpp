@@ -279,12 +279,7 @@ TOVA_LANES_INLINE void sincos_4x2(F4 x0, F4 x1, F4 &s0, F4 &c0, F4 &s1, F4 &c1) 
 
 #if TOVA_BATCH_X86_KERNELS
 // The same body compiled for AVX2 and FMA: eight arc tangents per instruction.
-#if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2,fma")
-#endif
+TOVA_AVX2_BEGIN
 namespace avx2 {
 using lane_trig::avx2::atan2_lanes;
 using lane_trig::avx2::sincos_lanes;
@@ -306,11 +301,7 @@ TOVA_LANES_INLINE void sincos_4x2(F4 x0, F4 x1, F4 &s0, F4 &c0, F4 &s1, F4 &c1) 
 }
 #include "ikine/ik_vesk_scheme.inc"
 }  // namespace avx2
-#if defined(__clang__)
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+TOVA_AVX2_END
 #endif
 
 // The vesk scheme on the instruction set in use (results identical on all).

@@ -12,6 +12,15 @@
 
 #define TOVA_LANES_INLINE inline __attribute__((always_inline))
 
+// Everything between these two is compiled for AVX2 and FMA.
+#if defined(__clang__)
+#define TOVA_AVX2_BEGIN _Pragma("clang attribute push(__attribute__((target(\"avx2,fma\"))), apply_to = function)")
+#define TOVA_AVX2_END _Pragma("clang attribute pop")
+#else
+#define TOVA_AVX2_BEGIN _Pragma("GCC push_options") _Pragma("GCC target(\"avx2,fma\")")
+#define TOVA_AVX2_END _Pragma("GCC pop_options")
+#endif
+
 namespace tova::lane_trig {
 
 typedef float F4 __attribute__((vector_size(16)));
@@ -37,12 +46,7 @@ TOVA_LANES_INLINE bool all_lanes_set(M m) {
 }  // namespace portable
 
 #if TOVA_BATCH_X86_KERNELS
-#if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2,fma"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2,fma")
-#endif
+TOVA_AVX2_BEGIN
 namespace avx2 {
 TOVA_LANES_INLINE F4 fmadd(F4 a, F4 b, F4 c) { return _mm_fmadd_ps(a, b, c); }
 TOVA_LANES_INLINE F8 fmadd(F8 a, F8 b, F8 c) { return _mm256_fmadd_ps(a, b, c); }
@@ -54,11 +58,7 @@ TOVA_LANES_INLINE bool all_lanes_set(I4 m) { return _mm_movemask_ps(__m128(m)) =
 TOVA_LANES_INLINE bool all_lanes_set(I8 m) { return _mm256_movemask_ps(__m256(m)) == 0xFF; }
 #include "math/lane_trig.inc"
 }  // namespace avx2
-#if defined(__clang__)
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+TOVA_AVX2_END
 #endif
 
 // True on CPUs with AVX2 and FMA, where the avx2 build may run.
