@@ -18,7 +18,6 @@
 namespace {
 
 using tova::lane_trig::F4;
-using tova::lane_trig::F8;
 
 bool same(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b)); }
 
