@@ -20,8 +20,10 @@ typedef float F4 __attribute__((vector_size(16)));
 typedef int32_t I4 __attribute__((vector_size(16)));  // lane masks: all ones or zero
 
 TOVA_LANES_INLINE F4 splat(float v) { return F4{v, v, v, v}; }
-TOVA_LANES_INLINE F4 pick(I4 mask, F4 yes, F4 no) { return mask ? yes : no; }
-TOVA_LANES_INLINE I4 pick_index(I4 mask, I4 yes, I4 no) { return mask ? yes : no; }
+template <class V>  // F4 or I4
+TOVA_LANES_INLINE V pick(I4 mask, V yes, V no) {
+    return mask ? yes : no;
+}
 
 // Lane-wise single-precision square root (the IEEE result, as std::sqrt).
 TOVA_LANES_INLINE F4 sqrt_lanes(F4 v) {

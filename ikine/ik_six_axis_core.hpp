@@ -233,12 +233,6 @@ struct NoObserver {
 enum class VeskArm { vesk, pirra_2 };
 
 inline bool within(float v, float lo, float hi) { return (lo <= v) & (v <= hi); }
-// One turn toward [lo, hi]: up if below, else down if above.
-inline float toward(float v, float lo, float hi) {
-    if (v < lo) return v + kTurn;
-    if (v > hi) return v - kTurn;
-    return v;
-}
 // One turn toward the reference: joint 6 stays within half a turn of it.
 inline float near_ref(float v, float ref) {
     const float d = ref - v;
@@ -247,7 +241,8 @@ inline float near_ref(float v, float ref) {
     return v;
 }
 
-// The same on four lanes.
+// The same on four lanes; toward() brings each lane one turn toward [lo, hi]:
+// up if below, else down if above.
 TOVA_LANES_INLINE I4 within(F4 v, float lo, float hi) { return (lo <= v) & (v <= hi); }
 TOVA_LANES_INLINE F4 toward(F4 v, float lo, float hi) { return v < lo ? v + kTurn : (v > hi ? v - kTurn : v); }
 TOVA_LANES_INLINE F4 near_ref(F4 v, float ref) {
