@@ -6,6 +6,7 @@
 #define TOVA_MATH_POSE_CORE_HPP
 
 #include <cmath>
+#include <cstdint>
 
 #include "math/batch_trig.hpp"
 #include "math/fixed_matrix.hpp"
@@ -75,39 +76,38 @@ inline Euler euler_from_rotation(const Matrix& R) {
     return Euler{wrap_angle(rx), wrap_angle(a[1]), wrap_angle(rz)};
 }
 
-// Quaternion of the rotation block of R, branching on the trace and then on
-// the largest diagonal element. Comparisons are strict (ties go to the later
-// branch) and the sign of w is left as the branch gives it.
+// Quaternion of the rotation block of R. Four cases: the trace is positive
+// (the root gives w), else the largest diagonal element gives x, y or z.
+// Comparisons are strict (ties go to the later case) and the sign of w is left
+// as the case gives it.
+//
+// The case is picked without a branch: on a stream of unrelated poses the
+// choice is a coin toss, and a mispredicted branch here would discard the work
+// after it (the Euler extraction, the next call) until the whole transform is
+// known. Every case's radicand and every off-diagonal sum and difference are
+// formed as the case would form them, so the bits are those of the branching
+// code.
 inline Quaternion quat_from_rotation(const Matrix& R) {
+    typedef float Lanes __attribute__((vector_size(16)));  // w, x, y, z
+    typedef int32_t LaneMask __attribute__((vector_size(16)));
     const auto& m = R.data;
     const float t = m[0][0] + m[1][1] + m[2][2];
-    Quaternion q;
-    if (t > 0.0f) {
-        const float r = 2.0f * std::sqrt(t + 1.0f);
-        q.w = r / 4.0f;
-        q.x = (m[2][1] - m[1][2]) / r;
-        q.y = (m[0][2] - m[2][0]) / r;
-        q.z = (m[1][0] - m[0][1]) / r;
-    } else if (m[0][0] > m[1][1] && m[0][0] > m[2][2]) {
-        const float r = 2.0f * std::sqrt(1.0f + m[0][0] - m[1][1] - m[2][2]);
-        q.x = r / 4.0f;
-        q.w = (m[2][1] - m[1][2]) / r;
-        q.y = (m[0][1] + m[1][0]) / r;
-        q.z = (m[0][2] + m[2][0]) / r;
-    } else if (m[1][1] > m[2][2]) {
-        const float r = 2.0f * std::sqrt(1.0f + m[1][1] - m[0][0] - m[2][2]);
-        q.y = r / 4.0f;
-        q.w = (m[0][2] - m[2][0]) / r;
-        q.x = (m[0][1] + m[1][0]) / r;
-        q.z = (m[1][2] + m[2][1]) / r;
-    } else {
-        const float r = 2.0f * std::sqrt(1.0f + m[2][2] - m[0][0] - m[1][1]);
-        q.z = r / 4.0f;
-        q.w = (m[1][0] - m[0][1]) / r;
-        q.x = (m[0][2] + m[2][0]) / r;
-        q.y = (m[1][2] + m[2][1]) / r;
-    }
-    return q;
+    const int not_w = !(t > 0.0f), not_x = !((m[0][0] > m[1][1]) & (m[0][0] > m[2][2]));
+    const int not_y = !(m[1][1] > m[2][2]);
+    const int root = not_w * (1 + not_x * (1 + not_y));  // the component taken from the root
+    const float radicand[4] = {t + 1.0f, 1.0f + m[0][0] - m[1][1] - m[2][2],
+                               1.0f + m[1][1] - m[0][0] - m[2][2], 1.0f + m[2][2] - m[0][0] - m[1][1]};
+    const float r = 2.0f * std::sqrt(radicand[root]);
+    const float term[7] = {m[2][1] - m[1][2], m[0][2] - m[2][0], m[1][0] - m[0][1], m[0][1] + m[1][0],
+                           m[0][2] + m[2][0], m[1][2] + m[2][1], 0.0f};
+    // term[] over r gives each component but the root's own (6).
+    static constexpr unsigned char kTerm[4][4] = {{6, 0, 1, 2}, {0, 6, 3, 4}, {1, 3, 6, 5}, {2, 4, 5, 6}};
+    const unsigned char* k = kTerm[root];
+    const Lanes quotient = Lanes{term[k[0]], term[k[1]], term[k[2]], term[k[3]]} / Lanes{r, r, r, r};
+    const float q = r / 4.0f;
+    const LaneMask own = LaneMask{0, 1, 2, 3} == LaneMask{root, root, root, root};
+    const Lanes c = (Lanes)(((LaneMask)quotient & ~own) | ((LaneMask)Lanes{q, q, q, q} & own));
+    return Quaternion{c[0], c[1], c[2], c[3]};
 }
 
 // Homogeneous transform from a rotation already in rows/columns 0..2 of r and

@@ -114,6 +114,66 @@ TEST(PoseEdge, QuaternionBranchesAndDegenerateInput) {
     EXPECT_TRUE(R.rows == 3 && R.cols == 3 && R.data[3][3] == 0.0f);
 }
 
+// The quaternion extraction picks its case without branching; here the four
+// cases are written as plain branches, and both must agree bit for bit (any
+// NaN counts as equal to any NaN) on rotations that reach every case, on
+// matrices of small integers full of ties between diagonal elements, and on
+// matrices that are no rotation at all (negative radicands, NaN).
+Quaternion branching_quat(const Matrix& R, int& which) {
+    const auto& m = R.data;
+    const float t = m[0][0] + m[1][1] + m[2][2];
+    Quaternion q;
+    if (t > 0.0f) {
+        which = 0;
+        const float r = 2.0f * std::sqrt(t + 1.0f);
+        q = {r / 4.0f, (m[2][1] - m[1][2]) / r, (m[0][2] - m[2][0]) / r, (m[1][0] - m[0][1]) / r};
+    } else if (m[0][0] > m[1][1] && m[0][0] > m[2][2]) {
+        which = 1;
+        const float r = 2.0f * std::sqrt(1.0f + m[0][0] - m[1][1] - m[2][2]);
+        q = {(m[2][1] - m[1][2]) / r, r / 4.0f, (m[0][1] + m[1][0]) / r, (m[0][2] + m[2][0]) / r};
+    } else if (m[1][1] > m[2][2]) {
+        which = 2;
+        const float r = 2.0f * std::sqrt(1.0f + m[1][1] - m[0][0] - m[2][2]);
+        q = {(m[0][2] - m[2][0]) / r, (m[0][1] + m[1][0]) / r, r / 4.0f, (m[1][2] + m[2][1]) / r};
+    } else {
+        which = 3;
+        const float r = 2.0f * std::sqrt(1.0f + m[2][2] - m[0][0] - m[1][1]);
+        q = {(m[1][0] - m[0][1]) / r, (m[0][2] + m[2][0]) / r, (m[1][2] + m[2][1]) / r, r / 4.0f};
+    }
+    return q;
+}
+
+bool same_or_both_nan(const Quaternion& a, const Quaternion& b) {
+    const float x[4] = {a.w, a.x, a.y, a.z}, y[4] = {b.w, b.x, b.y, b.z};
+    for (int i = 0; i < 4; ++i)
+        if (!(std::isnan(x[i]) && std::isnan(y[i])) && std::memcmp(&x[i], &y[i], sizeof x[i]) != 0) return false;
+    return true;
+}
+
+TEST_F(PoseRandom, QuaternionCasesAgreeWithPlainBranches) {
+    int hits[4] = {0, 0, 0, 0}, which = 0;
+    std::uniform_int_distribution<int> small(-2, 2);
+    for (int n = 0; n < 200000; ++n) {
+        Matrix R;
+        if (n % 4 == 0) {  // integers: ties between the diagonal elements are common
+            R = zero_matrix(3, 3);
+            for (int i = 0; i < 3; ++i)
+                for (int j = 0; j < 3; ++j) R.data[i][j] = static_cast<float>(small(rng));
+        } else if (n % 4 == 1) {  // any 3 x 3: negative radicands give NaN
+            R = zero_matrix(3, 3);
+            for (int i = 0; i < 3; ++i)
+                for (int j = 0; j < 3; ++j) R.data[i][j] = pos(rng);
+            if (n % 64 == 1) R.data[n % 3][(n / 3) % 3] = std::nanf("");
+        } else {
+            R = euler_to_matrix({angle(rng), angle(rng), angle(rng)});
+        }
+        const Quaternion expected = branching_quat(R, which);
+        ++hits[which];
+        ASSERT_TRUE(same_or_both_nan(matrix_to_quat(R), expected)) << "case " << which << " sample " << n;
+    }
+    for (int h : hits) EXPECT_GT(h, 1000);
+}
+
 TEST(PoseEdge, ScalarHelpersCrossAndSlerp) {
     EXPECT_TRUE(tv_sign(2.0f) == 1 && tv_sign(-2.0f) == -1 && tv_sign(-0.0f) == 0 && tv_sign(NAN) == 0);
     EXPECT_TRUE(my_atan2f(0.0f, -1.0f) == kPi && my_atan2f(-0.0f, -1.0f) == kPi);
