@@ -79,23 +79,43 @@ inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }
 inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false for inf and NaN
 }  // namespace frame_product_detail
 
+namespace frame_product_detail {
+inline bool unit_last_row(const Transform &a) {
+    return all_lanes((v4i)a.row[3] == (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f});
+}
+inline bool finite_top(const Transform &a) {
+    return all_lanes(finite(a.row[0]) & finite(a.row[1]) & finite(a.row[2]));
+}
+// a * b for operands with last rows (0, 0, 0, 1) and finite other rows.
+inline Transform mul_homogeneous(const Transform &a, const Transform &b) {
+    Transform r;
+    for (int i = 0; i < 3; ++i) r.row[i] = product_row(a, b, i, 3, static_cast<double>(a.row[i][3]));
+    r.row[3] = v4f{0.0f, 0.0f, 0.0f, 1.0f};
+    return r;
+}
+}  // namespace frame_product_detail
+
 // matrix_m(a, b) for 4 x 4 operands, bit for bit.
 inline Transform mul(const Transform &a, const Transform &b) {
     using namespace frame_product_detail;
-    const v4f unit = {0.0f, 0.0f, 0.0f, 1.0f};
-    const bool homogeneous =
-        all_lanes(((v4i)a.row[3] == (v4i)unit) & ((v4i)b.row[3] == (v4i)unit) & finite(a.row[0]) &
-                  finite(a.row[1]) & finite(a.row[2]) & finite(b.row[0]) & finite(b.row[1]) &
-                  finite(b.row[2]));
+    if (unit_last_row(a) && unit_last_row(b) && finite_top(a) && finite_top(b)) return mul_homogeneous(a, b);
     Transform r;
-    if (!homogeneous) {
-        for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, 0.0);
-        return r;
-    }
-    for (int i = 0; i < 3; ++i)
-        r.row[i] = product_row(a, b, i, 3, static_cast<double>(a.row[i][3]));
-    r.row[3] = unit;
+    for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, 0.0);
     return r;
+}
+
+// mul(w, mul(i, mul(f, t))), bit for bit, with one finiteness test instead of
+// six: an infinite or NaN element anywhere in the operands or an intermediate
+// product reaches the result (inf and NaN survive every product and sum, and
+// inf * 0 is NaN), so a finite result shows that every step could take the
+// homogeneous shortcut. Otherwise the chain is recomputed step by step.
+inline Transform mul_chain(const Transform &w, const Transform &i, const Transform &f, const Transform &t) {
+    using namespace frame_product_detail;
+    if (unit_last_row(w) && unit_last_row(i) && unit_last_row(f) && unit_last_row(t)) {
+        const Transform r = mul_homogeneous(w, mul_homogeneous(i, mul_homogeneous(f, t)));
+        if (finite_top(r)) return r;
+    }
+    return mul(w, mul(i, mul(f, t)));
 }
 
 // matrix_m(a, b) for 4 x 4 records (the header is taken as 4 x 4), bit for bit.

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "config/config_generation.hpp"
 #include "config/libalgo_interface.h"
 #include "kinematics/fast_trig.hpp"
 #include "kinematics/frame_product.hpp"
@@ -247,31 +248,35 @@ inline void mul4v(const Transform &A, const float v[4], float r[4]) {
         r[i] = A.row[i][0] * v[0] + A.row[i][1] * v[1] + A.row[i][2] * v[2] + A.row[i][3] * v[3];
 }
 
-// The configured frames. Entry points copy them before evaluating the flange
-// and load their rows only after it: rows loaded straight from a fresh record
-// copy would miss store-to-load forwarding (see frame_product.hpp).
-Matrix install_matrix() {
-    Matrix m;
-    libalgo_get_robot_install_angle_matrix(&m);
-    return m;
-}
-Matrix tool_matrix() {
-    Matrix m;
-    libalgo_get_tool_cs_matrix(&m);
-    return m;
-}
-Matrix work_matrix() {
-    Matrix m;
-    libalgo_get_work_cs_to_base_matrix(&m);
-    return m;
+// The configured install, tool and work frames as rows, re-read only after the
+// configuration changed: at control rate they are the same on every call, and
+// three record copies per call cost more than the products that use them.
+struct Frames {
+    Transform inst, tool, work;
+};
+
+const Frames &frames() {
+    static Frames cached;
+    static uint64_t generation = kNoConfigGeneration;
+    const uint64_t now = config_generation();
+    if (generation != now) {
+        Matrix m;
+        libalgo_get_robot_install_angle_matrix(&m);
+        cached.inst = load_transform(m);
+        libalgo_get_tool_cs_matrix(&m);
+        cached.tool = load_transform(m);
+        libalgo_get_work_cs_to_base_matrix(&m);
+        cached.work = load_transform(m);
+        generation = now;
+    }
+    return cached;
 }
 
 // Rotation of W * I * F, times the tool's rotation when with_tool is set; 3 x 3
 // products of the rotation blocks.
 Matrix rotation_chain(const float *q, bool with_tool) {
-    const Matrix tool = rotation_of(tool_matrix());
-    const Matrix inst = rotation_of(install_matrix());
-    const Matrix work = rotation_of(work_matrix());
+    const Frames &f = frames();
+    const Matrix tool = rotation_of(f.tool), inst = rotation_of(f.inst), work = rotation_of(f.work);
     Matrix R = rotation_of(refresh_and_flange(q));
     if (with_tool) R = fm_mul(R, tool);
     R = fm_mul(inst, R);
@@ -280,15 +285,15 @@ Matrix rotation_chain(const float *q, bool with_tool) {
 
 // F * (t, 1), then I, then (with_work) W: the tool origin, f32 products.
 void tool_origin(const float *q, bool with_work, float out[3]) {
-    const Matrix tool = tool_matrix(), inst = install_matrix(), work = work_matrix();
+    const Frames &f = frames();
     const Transform F = refresh_and_flange(q);
-    const float t[4] = {tool.data[0][3], tool.data[1][3], tool.data[2][3], 1.0f};
+    const float t[4] = {f.tool.row[0][3], f.tool.row[1][3], f.tool.row[2][3], 1.0f};
     float in_base[4], in_world[4], in_work[4];
     mul4v(F, t, in_base);
-    mul4v(load_transform(inst), in_base, in_world);
+    mul4v(f.inst, in_base, in_world);
     const float *p = in_world;
     if (with_work) {
-        mul4v(load_transform(work), in_world, in_work);
+        mul4v(f.work, in_world, in_work);
         p = in_work;
     }
     for (int i = 0; i < 3; ++i) out[i] = fk.position[i] = p[i];
@@ -329,24 +334,23 @@ Matrix *forward_kinematics_e(Matrix *out, const float *q) {
 }
 
 Matrix *forward_kinematics_world_to_flange(Matrix *out, const float *q) {
-    const Matrix inst = install_matrix();
     const Transform F = refresh_and_flange(q);
-    store_transform(mul(load_transform(inst), F), *out);
+    store_transform(mul(frames().inst, F), *out);
     return out;
 }
 
 Matrix *forward_kinematics_for_unity(Matrix *out, const float *q) {
-    const Matrix tool = tool_matrix(), inst = install_matrix();
     const Transform F = refresh_and_flange(q);
-    store_transform(mul(load_transform(inst), mul(F, load_transform(tool))), *out);
+    const Frames &f = frames();
+    store_transform(mul(f.inst, mul(F, f.tool)), *out);
     return out;
 }
 
 Pose *forward_kinematics(Pose *out, const float *q) {
-    const Matrix tool = tool_matrix(), inst = install_matrix(), work = work_matrix();
     const Transform F = refresh_and_flange(q);
+    const Frames &f = frames();
     Matrix m;
-    store_transform(mul(load_transform(work), mul(load_transform(inst), mul(F, load_transform(tool)))), m);
+    store_transform(mul_chain(f.work, f.inst, F, f.tool), m);
     *out = pose_from_transform(m);
     return out;
 }

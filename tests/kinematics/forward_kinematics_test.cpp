@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
 
 #include "universal_reference.hpp"
 
@@ -144,6 +147,47 @@ TEST_P(EveryModel, ReadsExactlyItsListedEntries) {
 
 INSTANTIATE_TEST_SUITE_P(Models, EveryModel, ::testing::ValuesIn(ref::all_models(true)),
                          [](const auto &info) { return info.param.name; });
+
+// The pose entry takes the homogeneous shortcut through all three products
+// and checks only the result; frames that overflow or hold infinities, and NaN
+// joints, must still give the step-by-step products' pose (any NaN equal to
+// any NaN). The frames change between calls, so a stale copy of them fails too.
+TEST(ForwardFrames, NonFiniteFramesAndJointsGiveTheStepwiseProducts) {
+    std::mt19937 rng(11);
+    ASSERT_EQ(libalgo_set_robot_and_sensor_type(ROBOT_VESK, 0), 0);
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::nanf("");
+    const float big = 3e38f;
+    const float tools[][6] = {{0.01f, 0.02f, 0.1f, 0.1f, 0.2f, 0.3f}, {big, -big, big, 0.1f, 0.2f, 0.3f},
+                              {inf, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f}, {0.0f, 0.0f, 0.0f, nan, 0.0f, 0.0f}};
+    const float works[][6] = {{0.5f, -0.2f, 0.1f, 0.2f, 0.1f, -0.4f}, {0.0f, inf, 0.0f, 0.0f, 0.0f, 0.0f},
+                              {big, big, big, 1.0f, 2.0f, 3.0f}};
+    auto same = [](const Pose &a, const Pose &b) {
+        const float *x = &a.x, *y = &b.x;
+        for (int i = 0; i < 10; ++i)
+            if (!(std::isnan(x[i]) && std::isnan(y[i])) && std::memcmp(&x[i], &y[i], sizeof x[i]) != 0) return false;
+        return true;
+    };
+    int non_finite = 0;
+    for (const auto &tool : tools)
+        for (const auto &work : works)
+            for (int n = 0; n < 20; ++n) {
+                libalgo_set_tool_cs_params(tool);
+                libalgo_set_work_cs_params(work);
+                auto q = ref::random_q(rng);
+                if (n == 0) q[2] = nan;
+                Matrix Tm, Wm, Im, F;
+                libalgo_get_tool_cs_matrix(&Tm);
+                libalgo_get_work_cs_to_base_matrix(&Wm);
+                libalgo_get_robot_install_angle_matrix(&Im);
+                forward_kinematics_e(&F, q.data());
+                const Matrix FT = matrix_m(&F, &Tm), IFT = matrix_m(&Im, &FT), WIFT = matrix_m(&Wm, &IFT);
+                Pose pose;
+                forward_kinematics(&pose, q.data());
+                ASSERT_TRUE(same(pose, transformation_matrix_to_pose(WIFT))) << n;
+                non_finite += !std::isfinite(WIFT.data[0][0] + WIFT.data[1][3] + WIFT.data[2][1]);
+            }
+    EXPECT_GT(non_finite, 100);
+}
 
 // Type 9 (with a table) and a refused type (which keeps its number, with a
 // cleared table) evaluate the vesk closed form on the current table.
