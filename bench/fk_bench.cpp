@@ -3,6 +3,8 @@
 // arms and vectors (when KDL is available), so the ratios come from one run.
 #include <benchmark/benchmark.h>
 
+#include <cstring>
+
 #include "bench_common.hpp"
 
 namespace {
@@ -58,6 +60,32 @@ void BM_pose_of_transform(benchmark::State &state, uint32_t type) {
         benchmark::DoNotOptimize(p);
         if (++i == flanges.size()) i = 0;
     }
+}
+
+// Latency rather than throughput: each call's joint vector depends on the
+// previous call's result (times zero), so calls cannot overlap. The gap between
+// this and the throughput above shows how much of a call the processor hides
+// behind the next one.
+void BM_chained(benchmark::State &state, uint32_t type, bool pose) {
+    Cycle samples(joint_samples(type));
+    select_model(type);
+    set_frames();
+    float carry = 0.0f;
+    for (auto _ : state) {
+        float q[8];
+        std::memcpy(q, samples.next(), sizeof q);
+        q[0] += carry;
+        if (pose) {
+            Pose p;
+            forward_kinematics(&p, q);
+            carry = p.x * 0.0f;
+        } else {
+            Matrix m;
+            forward_kinematics_e(&m, q);
+            carry = m.data[0][3] * 0.0f;
+        }
+    }
+    benchmark::DoNotOptimize(carry);
 }
 
 void BM_kin_universal_Twt(benchmark::State &state, uint32_t type) {
@@ -119,6 +147,8 @@ const bool registered = [] {
                                      type);
     }
     benchmark::RegisterBenchmark("fk_floor/pose_of_transform", BM_pose_of_transform, ROBOT_VESK);
+    benchmark::RegisterBenchmark("fk_latency/fk_e/vesk", BM_chained, ROBOT_VESK, false);
+    benchmark::RegisterBenchmark("fk_latency/forward_kinematics_frames/vesk", BM_chained, ROBOT_VESK, true);
     return true;
 }();
 
