@@ -77,9 +77,7 @@ inline v4f product_row(const Transform &a, const Transform &b, int i, int count,
 
 inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }
 inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false for inf and NaN
-}  // namespace frame_product_detail
 
-namespace frame_product_detail {
 inline bool unit_last_row(const Transform &a) {
     return all_lanes((v4i)a.row[3] == (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f});
 }
