@@ -18,6 +18,10 @@
 
 #include <cstring>
 
+#if defined(__SSE__)
+#include <xmmintrin.h>
+#endif
+
 #include "math/fixed_matrix.hpp"
 #include "math/tova_mathfuncs.h"
 
@@ -57,25 +61,36 @@ inline void widen(v4f x, v4d &out) {
               static_cast<double>(x[3])};
 }
 
-// Row i of a * b over the terms k < count, then `last` (in double) added to the
-// element in column 3 and +0.0 to the others.
+// Row i of a * b over the terms k < count, closed by adding +0.0 to every
+// element and, when `homogeneous`, a(i, 3) to the element in column 3 (the
+// only term that b's last row (0, 0, 0, 1) leaves).
 //
 // matrix_m's sums start at +0.0, which changes a term only by turning -0 into
 // +0, so such a sum is never -0. Here the first term starts the sum and the
 // closing addition does that normalisation instead: +0.0 in the plain columns,
-// last + 0.0 in column 3 (so that -0 + -0 cannot remain). Same bits, one
-// addition fewer on the dependency chain.
-inline v4f product_row(const Transform &a, const Transform &b, int i, int count, double last) {
-    v4d sum, term;
+// a(i, 3) + 0.0 in column 3 (so that -0 + -0 cannot remain). Same bits, one
+// addition fewer on the dependency chain; the closing term itself is formed
+// off that chain, as whole lanes rather than element by element.
+inline v4f product_row(const Transform &a, const Transform &b, int i, int count, bool homogeneous) {
+    v4d sum, term, closing;
     widen(splat(a.row[i][0]) * b.row[0], sum);
     for (int k = 1; k < count; ++k) {
         widen(splat(a.row[i][k]) * b.row[k], term);
         sum += term;
     }
-    return __builtin_convertvector(sum + v4d{0.0, 0.0, 0.0, last + 0.0}, v4f);
+    const v4i column3 = homogeneous ? v4i{0, 0, 0, -1} : v4i{0, 0, 0, 0};
+    widen((v4f)((v4i)a.row[i] & column3), closing);
+    return __builtin_convertvector(sum + (closing + v4d{0.0, 0.0, 0.0, 0.0}), v4f);
 }
 
-inline bool all_lanes(v4i m) { return (m[0] & m[1] & m[2] & m[3]) != 0; }
+// True when every lane of a comparison result is set.
+inline bool all_lanes(v4i m) {
+#if defined(__SSE__)
+    return _mm_movemask_ps((__m128)m) == 0xF;
+#else
+    return (m[0] & m[1] & m[2] & m[3]) != 0;
+#endif
+}
 inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false for inf and NaN
 
 inline bool unit_last_row(const Transform &a) {
@@ -87,7 +102,7 @@ inline bool finite_top(const Transform &a) {
 // a * b for operands with last rows (0, 0, 0, 1) and finite other rows.
 inline Transform mul_homogeneous(const Transform &a, const Transform &b) {
     Transform r;
-    for (int i = 0; i < 3; ++i) r.row[i] = product_row(a, b, i, 3, static_cast<double>(a.row[i][3]));
+    for (int i = 0; i < 3; ++i) r.row[i] = product_row(a, b, i, 3, true);
     r.row[3] = v4f{0.0f, 0.0f, 0.0f, 1.0f};
     return r;
 }
@@ -98,8 +113,15 @@ inline Transform mul(const Transform &a, const Transform &b) {
     using namespace frame_product_detail;
     if (unit_last_row(a) && unit_last_row(b) && finite_top(a) && finite_top(b)) return mul_homogeneous(a, b);
     Transform r;
-    for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, 0.0);
+    for (int i = 0; i < 4; ++i) r.row[i] = product_row(a, b, i, 4, false);
     return r;
+}
+
+// mul(w, mul(i, mul(f, t))) out of line: the rare case of mul_chain, kept
+// apart so that its code does not crowd the common one.
+__attribute__((noinline, cold)) inline Transform mul_stepwise(const Transform &w, const Transform &i,
+                                                              const Transform &f, const Transform &t) {
+    return mul(w, mul(i, mul(f, t)));
 }
 
 // mul(w, mul(i, mul(f, t))), bit for bit, with one finiteness test instead of
@@ -113,7 +135,7 @@ inline Transform mul_chain(const Transform &w, const Transform &i, const Transfo
         const Transform r = mul_homogeneous(w, mul_homogeneous(i, mul_homogeneous(f, t)));
         if (finite_top(r)) return r;
     }
-    return mul(w, mul(i, mul(f, t)));
+    return mul_stepwise(w, i, f, t);
 }
 
 // matrix_m(a, b) for 4 x 4 records (the header is taken as 4 x 4), bit for bit.

@@ -49,9 +49,9 @@ TEST(LinkTransforms, TwistSnappingAndIndexRange) {
     }
 }
 
-// The SIMD product must be matrix_m bit for bit, with or without the
-// homogeneous shortcut: random transforms, spoiled last rows, rows of signed
-// zeros, +-0, inf, NaN.
+// The SIMD product, and the chain of three, must be matrix_m bit for bit, with
+// or without the homogeneous shortcut: random transforms, spoiled last rows,
+// rows of signed zeros, +-0, inf, NaN.
 TEST(FrameProduct, MatchesMatrixMulBitForBit) {
     std::mt19937 rng(12);
     std::uniform_real_distribution<float> u(-2.0f, 2.0f);
@@ -67,12 +67,23 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
         for (int k = 0; k < n % 4; ++k) (rng() % 2 ? a : b).data[rng() % 4][rng() % 4] = special[rng() % 8];
         if (n % 3 == 0)  // a row of signed zeros: sums of -0 terms, the sign of a zero result
             for (float &v : a.data[rng() % 3]) v = rng() % 2 ? 0.0f : -0.0f;
-        const Matrix expect = matrix_m(&a, &b), got = tova::mul_transforms(a, b);
-        for (int i = 0; i < 4; ++i)
-            for (int j = 0; j < 4; ++j) {
-                const float e = expect.data[i][j], g = got.data[i][j];
-                ASSERT_TRUE((std::isnan(e) && std::isnan(g)) || same_bits(e, g)) << n << " (" << i << ", " << j << ")";
-            }
+        auto expect_same = [n](const Matrix &expect, const Matrix &got) {
+            for (int i = 0; i < 4; ++i)
+                for (int j = 0; j < 4; ++j) {
+                    const float e = expect.data[i][j], g = got.data[i][j];
+                    ASSERT_TRUE((std::isnan(e) && std::isnan(g)) || same_bits(e, g))
+                        << n << " (" << i << ", " << j << ")";
+                }
+        };
+        expect_same(matrix_m(&a, &b), tova::mul_transforms(a, b));
+        // the chain of three products, with its single finiteness test
+        const Matrix c = random_transform(n % 11 != 0), d = random_transform(true);
+        const Matrix cd = matrix_m(&c, &d), bcd = matrix_m(&b, &cd);
+        Matrix chain;
+        tova::store_transform(tova::mul_chain(tova::load_transform(a), tova::load_transform(b),
+                                              tova::load_transform(c), tova::load_transform(d)),
+                              chain);
+        expect_same(matrix_m(&a, &bcd), chain);
     }
 }
 
