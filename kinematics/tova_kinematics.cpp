@@ -272,6 +272,24 @@ const Frames &frames() {
     return cached;
 }
 
+// The pose of W * I * F * T.
+inline void tool_pose(const Frames &f, const Transform &F, Pose *out) {
+    Matrix m;
+    store_transform(mul_chain(f.work, f.inst, F, f.tool), m);
+    *out = pose_from_transform(m);
+}
+
+#if TOVA_BATCH_X86_KERNELS
+// tool_pose again, compiled for AVX2 with everything it calls inlined: the
+// products widen to double four lanes at a time and the arc tangents of the
+// Euler angles run inline instead of behind a call. Used where the atan2f
+// kernels are (batch_trig.hpp), so the bits are those of tool_pose; the
+// frame tests compare them with matrix_m and the pose conversion.
+__attribute__((target("avx2,fma"), flatten)) void tool_pose_wide(const Frames &f, const Transform &F, Pose *out) {
+    tool_pose(f, F, out);
+}
+#endif
+
 // Rotation of W * I * F, times the tool's rotation when with_tool is set; 3 x 3
 // products of the rotation blocks.
 Matrix rotation_chain(const float *q, bool with_tool) {
@@ -349,9 +367,13 @@ Matrix *forward_kinematics_for_unity(Matrix *out, const float *q) {
 Pose *forward_kinematics(Pose *out, const float *q) {
     const Transform F = refresh_and_flange(q);
     const Frames &f = frames();
-    Matrix m;
-    store_transform(mul_chain(f.work, f.inst, F, f.tool), m);
-    *out = pose_from_transform(m);
+#if TOVA_BATCH_X86_KERNELS
+    if (batch_detail::use_kernels()) {
+        tool_pose_wide(f, F, out);
+        return out;
+    }
+#endif
+    tool_pose(f, F, out);
     return out;
 }
 

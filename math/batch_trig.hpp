@@ -174,8 +174,9 @@ TOVA_BATCH_AVX2 inline void simd_atan2f3(const float *y, const float *x, float *
 
 // The kernels are used only where they reproduce this process's C library:
 // the CPU has AVX2 and FMA, and a fixed spread of arguments (all intervals of
-// the atan2f reduction, all quadrants) gives identical bits.
-inline bool kernels_match_library() {
+// the atan2f reduction, all quadrants) gives identical bits. Run once, so
+// never inlined into the callers that flatten their hot paths.
+__attribute__((noinline, cold)) inline bool kernels_match_library() {
     if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma")) return false;
     uint32_t state = 0x9e3779b9u;
     auto next = [&state]() {
