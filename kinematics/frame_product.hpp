@@ -110,25 +110,32 @@ inline Transform mul(const Transform &a, const Transform &b) {
     return r;
 }
 
-// mul(w, mul(i, mul(f, t))) out of line: the rare case of mul_chain, kept
-// apart so that its code does not crowd the common one.
-__attribute__((noinline, cold)) inline Transform mul_stepwise(const Transform &w, const Transform &i,
-                                                              const Transform &f, const Transform &t) {
-    return mul(w, mul(i, mul(f, t)));
+// use(mul(w, mul(i, mul(f, t)))) out of line: the rare case of with_chain,
+// kept apart so that its code does not crowd the common one.
+template <class Use>
+__attribute__((noinline, cold)) auto use_stepwise(const Transform &w, const Transform &i, const Transform &f,
+                                                  const Transform &t, Use use) {
+    return use(mul(w, mul(i, mul(f, t))));
 }
 
-// mul(w, mul(i, mul(f, t))), bit for bit, with one finiteness test instead of
-// six: an infinite or NaN element anywhere in the operands or an intermediate
-// product reaches the result (inf and NaN survive every product and sum, and
-// inf * 0 is NaN), so a finite result shows that every step could take the
-// homogeneous shortcut. Otherwise the chain is recomputed step by step.
-inline Transform mul_chain(const Transform &w, const Transform &i, const Transform &f, const Transform &t) {
+// use(mul(w, mul(i, mul(f, t)))), the product bit for bit, with one finiteness
+// test instead of six: an infinite or NaN element anywhere in the operands or
+// an intermediate product reaches the result (inf and NaN survive every
+// product and sum, and inf * 0 is NaN), so a finite result shows that every
+// step could take the homogeneous shortcut. Otherwise the chain is recomputed
+// step by step. `use` is called on each path separately so that the common
+// one hands it the product in registers; a result joined from both paths would
+// be kept in memory.
+template <class Use>
+inline auto with_chain(const Transform &w, const Transform &i, const Transform &f, const Transform &t, Use use) {
     using namespace frame_product_detail;
-    if (unit_last_row(w) && unit_last_row(i) && unit_last_row(f) && unit_last_row(t)) {
+    const v4i unit = (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f};
+    if (all_lanes(((v4i)w.row[3] == unit) & ((v4i)i.row[3] == unit) & ((v4i)f.row[3] == unit) &
+                  ((v4i)t.row[3] == unit))) {
         const Transform r = mul_homogeneous(w, mul_homogeneous(i, mul_homogeneous(f, t)));
-        if (finite_top(r)) return r;
+        if (finite_top(r)) return use(r);
     }
-    return mul_stepwise(w, i, f, t);
+    return use_stepwise(w, i, f, t, use);
 }
 
 // matrix_m(a, b) for 4 x 4 records (the header is taken as 4 x 4), bit for bit.

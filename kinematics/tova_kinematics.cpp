@@ -274,9 +274,8 @@ const Frames &frames() {
 
 // The pose of W * I * F * T.
 inline void tool_pose(const Frames &f, const Transform &F, Pose *out) {
-    Matrix m;
-    store_transform(mul_chain(f.work, f.inst, F, f.tool), m);
-    *out = pose_from_transform(m);
+    *out = with_chain(f.work, f.inst, F, f.tool,
+                      [](const Transform &T) { return pose_from_rows(RotationRows{{T.row[0], T.row[1], T.row[2]}}); });
 }
 
 #if TOVA_BATCH_X86_KERNELS

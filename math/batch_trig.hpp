@@ -164,12 +164,13 @@ TOVA_BATCH_AVX2 inline void simd_atan2f(const float *y, const float *x, float *o
     }
 }
 
-// Three pairs (an Euler extraction) without the staging of simd_atan2f.
-TOVA_BATCH_AVX2 inline void simd_atan2f3(const float *y, const float *x, float *out) {
-    alignas(32) float rb[8];
-    _mm256_store_ps(rb, atan2f8_exact(_mm256_setr_ps(y[0], y[1], y[2], 1, 1, 1, 1, 1),
-                                      _mm256_setr_ps(x[0], x[1], x[2], 1, 1, 1, 1, 1)));
-    std::memcpy(out, rb, 3 * sizeof(float));
+// Lanes 0..2 of y and x (lane 3 is set to 1 so that it never needs the
+// library), for callers whose operands are already in registers.
+TOVA_BATCH_AVX2 inline __m128 simd_atan2f3_lanes(__m128 y, __m128 x) {
+    const __m128 one = _mm_set1_ps(1.0f);
+    const __m256 r = atan2f8_exact(_mm256_set_m128(one, _mm_blend_ps(y, one, 8)),
+                                   _mm256_set_m128(one, _mm_blend_ps(x, one, 8)));
+    return _mm256_castps256_ps128(r);
 }
 
 // The kernels are used only where they reproduce this process's C library:
@@ -225,12 +226,15 @@ inline void batch_atan2f(const float *y, const float *x, float *out, int n) {
     batch_detail::scalar_atan2f(y, x, out, n);
 }
 
-// The same for exactly three pairs.
-inline void batch_atan2f3(const float y[3], const float x[3], float out[3]) {
+typedef float Lanes4 __attribute__((vector_size(16)));
+
+// atan2f of lanes 0..2 of y and x, bit for bit; lane 3 of the result is not
+// specified.
+inline Lanes4 batch_atan2f3_lanes(Lanes4 y, Lanes4 x) {
 #if TOVA_BATCH_X86_KERNELS
-    if (batch_detail::use_kernels()) return batch_detail::simd_atan2f3(y, x, out);
+    if (batch_detail::use_kernels()) return (Lanes4)batch_detail::simd_atan2f3_lanes((__m128)y, (__m128)x);
 #endif
-    batch_detail::scalar_atan2f(y, x, out, 3);
+    return Lanes4{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), 0.0f};
 }
 
 }  // namespace tova

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "math/batch_trig.hpp"
 #include "math/fixed_matrix.hpp"
@@ -57,29 +58,57 @@ inline void put_quat_rotation(Matrix& r, const Quaternion& q) {
     m[2][2] = 1.0f - s * (x * x + y * y);
 }
 
-// Euler angles of the rotation block of R. In gimbal lock the whole rotation
-// about the vertical axis goes into rx and rz is 0; angles below -3.13 are
-// wrapped up by one turn. The three arc tangents are taken together
-// (batch_trig.hpp: the C library's atan2f, bit for bit, without its
-// data-dependent branches).
-inline Euler euler_from_rotation(const Matrix& R) {
-    const auto& m = R.data;
-    const bool up = m[2][0] > kGimbalBound, down = m[2][0] < -kGimbalBound, locked = up || down;
-    // rx, ry, rz = atan2(y[i], x[i]); rz's pair is a placeholder in gimbal lock
-    const float y[3] = {locked ? m[0][1] : m[2][1], -m[2][0], locked ? 0.0f : m[1][0]};
-    const float x[3] = {locked ? m[1][1] : m[2][2], std::sqrt(m[0][0] * m[0][0] + m[1][0] * m[1][0]),
-                        locked ? 1.0f : m[0][0]};
-    float a[3];
-    batch_atan2f3(y, x, a);
-    const float rx = up ? -a[0] : a[0];
-    const float rz = locked ? 0.0f : a[2];
-    return Euler{wrap_angle(rx), wrap_angle(a[1]), wrap_angle(rz)};
+typedef int32_t LaneMask4 __attribute__((vector_size(16)));
+
+// The top three rows of a transform or rotation record, four lanes each. Lane 3
+// (column 3: the position of a transform) is read only by pose_from_rows; for
+// a 3 x 3 record it is whatever follows the block. The conversions below take
+// their operands from here so that a caller holding a transform in registers
+// (the forward kinematics) does not go through a Matrix record.
+struct RotationRows {
+    Lanes4 row[3];
+};
+
+inline RotationRows rotation_rows(const Matrix& m) {
+    RotationRows r;
+    std::memcpy(r.row, &m.data[0][0], sizeof r.row);
+    return r;
 }
 
-// Quaternion of the rotation block of R. Four cases: the trace is positive
-// (the root gives w), else the largest diagonal element gives x, y or z.
-// Comparisons are strict (ties go to the later case) and the sign of w is left
-// as the case gives it.
+// Lanes of a where mask is set, of b elsewhere.
+inline Lanes4 select_lanes(LaneMask4 mask, Lanes4 a, Lanes4 b) {
+    return (Lanes4)(((LaneMask4)a & mask) | ((LaneMask4)b & ~mask));
+}
+
+// Euler angles of a rotation. In gimbal lock the whole rotation about the
+// vertical axis goes into rx and rz is 0; angles below -3.13 are wrapped up by
+// one turn. The three arc tangents are taken together (batch_trig.hpp: the C
+// library's atan2f, bit for bit, without its data-dependent branches), and
+// the lock and wrap adjustments are lane selects, not branches.
+inline Euler euler_from_rows(const RotationRows& R) {
+    const float m00 = R.row[0][0], m01 = R.row[0][1], m10 = R.row[1][0], m11 = R.row[1][1];
+    const float m20 = R.row[2][0], m21 = R.row[2][1], m22 = R.row[2][2];
+    const bool up = m20 > kGimbalBound, down = m20 < -kGimbalBound, locked = up || down;
+    const float h = std::sqrt(m00 * m00 + m10 * m10);
+    // rx, ry, rz = atan2(y, x) lane by lane; rz's pair is a placeholder in gimbal lock
+    const LaneMask4 lock = locked ? LaneMask4{-1, -1, -1, -1} : LaneMask4{0, 0, 0, 0};
+    const Lanes4 y = select_lanes(lock, Lanes4{m01, -m20, 0.0f, 1.0f}, Lanes4{m21, -m20, m10, 1.0f});
+    const Lanes4 x = select_lanes(lock, Lanes4{m11, h, 1.0f, 1.0f}, Lanes4{m22, h, m00, 1.0f});
+    const Lanes4 a = batch_atan2f3_lanes(y, x);
+    // rx = -a when ry is near -pi/2 (a sign flip, as negation is); rz = +0 when locked
+    const LaneMask4 flip{up ? INT32_MIN : 0, 0, 0, 0}, clear{0, 0, locked ? -1 : 0, 0};
+    const Lanes4 e = (Lanes4)(((LaneMask4)a ^ flip) & ~clear);
+    const LaneMask4 low = e < Lanes4{kWrapBelow, kWrapBelow, kWrapBelow, kWrapBelow};
+    const Lanes4 w = select_lanes(low, e + Lanes4{kTwoPiF, kTwoPiF, kTwoPiF, kTwoPiF}, e);
+    return Euler{w[0], w[1], w[2]};
+}
+
+inline Euler euler_from_rotation(const Matrix& R) { return euler_from_rows(rotation_rows(R)); }
+
+// Quaternion of a rotation. Four cases: the trace is positive (the root gives
+// w), else the largest diagonal element gives x, y or z. Comparisons are
+// strict (ties go to the later case) and the sign of w is left as the case
+// gives it.
 //
 // The case is picked without a branch: on a stream of unrelated poses the
 // choice is a coin toss, and a mispredicted branch here would discard the work
@@ -87,28 +116,28 @@ inline Euler euler_from_rotation(const Matrix& R) {
 // known. Every case's radicand and every off-diagonal sum and difference are
 // formed as the case would form them, so the bits are those of the branching
 // code.
-inline Quaternion quat_from_rotation(const Matrix& R) {
-    typedef float Lanes __attribute__((vector_size(16)));  // w, x, y, z
-    typedef int32_t LaneMask __attribute__((vector_size(16)));
-    const auto& m = R.data;
-    const float t = m[0][0] + m[1][1] + m[2][2];
-    const int not_w = !(t > 0.0f), not_x = !((m[0][0] > m[1][1]) & (m[0][0] > m[2][2]));
-    const int not_y = !(m[1][1] > m[2][2]);
-    const int root = not_w * (1 + not_x * (1 + not_y));  // the component taken from the root
-    const float radicand[4] = {t + 1.0f, 1.0f + m[0][0] - m[1][1] - m[2][2],
-                               1.0f + m[1][1] - m[0][0] - m[2][2], 1.0f + m[2][2] - m[0][0] - m[1][1]};
+inline Quaternion quat_from_rows(const RotationRows& R) {
+    const float m00 = R.row[0][0], m01 = R.row[0][1], m02 = R.row[0][2];
+    const float m10 = R.row[1][0], m11 = R.row[1][1], m12 = R.row[1][2];
+    const float m20 = R.row[2][0], m21 = R.row[2][1], m22 = R.row[2][2];
+    const float t = m00 + m11 + m22;
+    const int not_w = !(t > 0.0f), not_x = !((m00 > m11) & (m00 > m22));
+    const int not_y = !(m11 > m22);
+    const int root = not_w * (1 + not_x * (1 + not_y));  // the component taken from the root (w, x, y, z)
+    const float radicand[4] = {t + 1.0f, 1.0f + m00 - m11 - m22, 1.0f + m11 - m00 - m22, 1.0f + m22 - m00 - m11};
     const float r = 2.0f * std::sqrt(radicand[root]);
-    const float term[7] = {m[2][1] - m[1][2], m[0][2] - m[2][0], m[1][0] - m[0][1], m[0][1] + m[1][0],
-                           m[0][2] + m[2][0], m[1][2] + m[2][1], 0.0f};
+    const float term[7] = {m21 - m12, m02 - m20, m10 - m01, m01 + m10, m02 + m20, m12 + m21, 0.0f};
     // term[] over r gives each component but the root's own (6).
     static constexpr unsigned char kTerm[4][4] = {{6, 0, 1, 2}, {0, 6, 3, 4}, {1, 3, 6, 5}, {2, 4, 5, 6}};
     const unsigned char* k = kTerm[root];
-    const Lanes quotient = Lanes{term[k[0]], term[k[1]], term[k[2]], term[k[3]]} / Lanes{r, r, r, r};
+    const Lanes4 quotient = Lanes4{term[k[0]], term[k[1]], term[k[2]], term[k[3]]} / Lanes4{r, r, r, r};
     const float q = r / 4.0f;
-    const LaneMask own = LaneMask{0, 1, 2, 3} == LaneMask{root, root, root, root};
-    const Lanes c = (Lanes)(((LaneMask)quotient & ~own) | ((LaneMask)Lanes{q, q, q, q} & own));
+    const LaneMask4 own = LaneMask4{0, 1, 2, 3} == LaneMask4{root, root, root, root};
+    const Lanes4 c = select_lanes(own, Lanes4{q, q, q, q}, quotient);
     return Quaternion{c[0], c[1], c[2], c[3]};
 }
+
+inline Quaternion quat_from_rotation(const Matrix& R) { return quat_from_rows(rotation_rows(R)); }
 
 // Homogeneous transform from a rotation already in rows/columns 0..2 of r and
 // a position: column 3 = (x, y, z, 1), row 3 = (0, 0, 0, 1).
@@ -137,11 +166,13 @@ inline Matrix transform_from_pose_quat(const Pose& p) {
     return finish_transform(r, p.x, p.y, p.z);
 }
 
-// Pose of a 4x4 transform with both orientation forms filled.
-inline Pose pose_from_transform(const Matrix& T) {
-    return Pose{T.data[0][3], T.data[1][3], T.data[2][3], quat_from_rotation(T),
-                euler_from_rotation(T)};
+// Pose of a 4x4 transform given as its top three rows, with both orientation
+// forms filled.
+inline Pose pose_from_rows(const RotationRows& T) {
+    return Pose{T.row[0][3], T.row[1][3], T.row[2][3], quat_from_rows(T), euler_from_rows(T)};
 }
+
+inline Pose pose_from_transform(const Matrix& T) { return pose_from_rows(rotation_rows(T)); }
 
 }  // namespace tova
 

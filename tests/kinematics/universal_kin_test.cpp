@@ -80,9 +80,8 @@ TEST(FrameProduct, MatchesMatrixMulBitForBit) {
         const Matrix c = random_transform(n % 11 != 0), d = random_transform(true);
         const Matrix cd = matrix_m(&c, &d), bcd = matrix_m(&b, &cd);
         Matrix chain;
-        tova::store_transform(tova::mul_chain(tova::load_transform(a), tova::load_transform(b),
-                                              tova::load_transform(c), tova::load_transform(d)),
-                              chain);
+        tova::with_chain(tova::load_transform(a), tova::load_transform(b), tova::load_transform(c),
+                         tova::load_transform(d), [&chain](const tova::Transform &r) { tova::store_transform(r, chain); });
         expect_same(matrix_m(&a, &bcd), chain);
     }
 }
