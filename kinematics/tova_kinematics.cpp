@@ -274,8 +274,7 @@ const Frames &frames() {
 
 // The pose of W * I * F * T.
 inline void tool_pose(const Frames &f, const Transform &F, Pose *out) {
-    *out = with_chain(f.work, f.inst, F, f.tool,
-                      [](const Transform &T) { return pose_from_rows(RotationRows{{T.row[0], T.row[1], T.row[2]}}); });
+    *out = with_chain(f.work, f.inst, F, f.tool, [](const Transform &T) { return pose_from_rows(T); });
 }
 
 #if TOVA_BATCH_X86_KERNELS

@@ -226,15 +226,16 @@ inline void batch_atan2f(const float *y, const float *x, float *out, int n) {
     batch_detail::scalar_atan2f(y, x, out, n);
 }
 
-typedef float Lanes4 __attribute__((vector_size(16)));
+// (The same type as the rows of math/transform_rows.hpp.)
+typedef float v4f __attribute__((vector_size(16)));
 
 // atan2f of lanes 0..2 of y and x, bit for bit; lane 3 of the result is not
 // specified.
-inline Lanes4 batch_atan2f3_lanes(Lanes4 y, Lanes4 x) {
+inline v4f batch_atan2f3_lanes(v4f y, v4f x) {
 #if TOVA_BATCH_X86_KERNELS
-    if (batch_detail::use_kernels()) return (Lanes4)batch_detail::simd_atan2f3_lanes((__m128)y, (__m128)x);
+    if (batch_detail::use_kernels()) return (v4f)batch_detail::simd_atan2f3_lanes((__m128)y, (__m128)x);
 #endif
-    return Lanes4{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), 0.0f};
+    return v4f{std::atan2(y[0], x[0]), std::atan2(y[1], x[1]), std::atan2(y[2], x[2]), 0.0f};
 }
 
 }  // namespace tova

@@ -7,11 +7,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 #include "math/batch_trig.hpp"
 #include "math/fixed_matrix.hpp"
 #include "math/tova_mathfuncs.h"
+#include "math/transform_rows.hpp"
 
 namespace tova {
 
@@ -60,52 +60,42 @@ inline void put_quat_rotation(Matrix& r, const Quaternion& q) {
 
 typedef int32_t LaneMask4 __attribute__((vector_size(16)));
 
-// The top three rows of a transform or rotation record, four lanes each. Lane 3
-// (column 3: the position of a transform) is read only by pose_from_rows; for
-// a 3 x 3 record it is whatever follows the block. The conversions below take
-// their operands from here so that a caller holding a transform in registers
-// (the forward kinematics) does not go through a Matrix record.
-struct RotationRows {
-    Lanes4 row[3];
-};
-
-inline RotationRows rotation_rows(const Matrix& m) {
-    RotationRows r;
-    std::memcpy(r.row, &m.data[0][0], sizeof r.row);
-    return r;
-}
-
 // Lanes of a where mask is set, of b elsewhere.
-inline Lanes4 select_lanes(LaneMask4 mask, Lanes4 a, Lanes4 b) {
-    return (Lanes4)(((LaneMask4)a & mask) | ((LaneMask4)b & ~mask));
+inline v4f select_lanes(LaneMask4 mask, v4f a, v4f b) {
+    return (v4f)(((LaneMask4)a & mask) | ((LaneMask4)b & ~mask));
 }
 
-// Euler angles of a rotation. In gimbal lock the whole rotation about the
-// vertical axis goes into rx and rz is 0; angles below -3.13 are wrapped up by
-// one turn. The three arc tangents are taken together (batch_trig.hpp: the C
-// library's atan2f, bit for bit, without its data-dependent branches), and
-// the lock and wrap adjustments are lane selects, not branches.
-inline Euler euler_from_rows(const RotationRows& R) {
+// The conversions below read the top three rows of R (math/transform_rows.hpp)
+// and, for the position, their column 3; a caller holding a transform in
+// registers (the forward kinematics) passes it without a Matrix record.
+
+// Euler angles of the rotation block of R. In gimbal lock the whole rotation
+// about the vertical axis goes into rx and rz is 0; angles below -3.13 are
+// wrapped up by one turn. The three arc tangents are taken together
+// (batch_trig.hpp: the C library's atan2f, bit for bit, without its
+// data-dependent branches), and the lock and wrap adjustments are lane
+// selects, not branches.
+inline Euler euler_from_rows(const Transform& R) {
     const float m00 = R.row[0][0], m01 = R.row[0][1], m10 = R.row[1][0], m11 = R.row[1][1];
     const float m20 = R.row[2][0], m21 = R.row[2][1], m22 = R.row[2][2];
     const bool up = m20 > kGimbalBound, down = m20 < -kGimbalBound, locked = up || down;
     const float h = std::sqrt(m00 * m00 + m10 * m10);
     // rx, ry, rz = atan2(y, x) lane by lane; rz's pair is a placeholder in gimbal lock
     const LaneMask4 lock = locked ? LaneMask4{-1, -1, -1, -1} : LaneMask4{0, 0, 0, 0};
-    const Lanes4 y = select_lanes(lock, Lanes4{m01, -m20, 0.0f, 1.0f}, Lanes4{m21, -m20, m10, 1.0f});
-    const Lanes4 x = select_lanes(lock, Lanes4{m11, h, 1.0f, 1.0f}, Lanes4{m22, h, m00, 1.0f});
-    const Lanes4 a = batch_atan2f3_lanes(y, x);
+    const v4f y = select_lanes(lock, v4f{m01, -m20, 0.0f, 1.0f}, v4f{m21, -m20, m10, 1.0f});
+    const v4f x = select_lanes(lock, v4f{m11, h, 1.0f, 1.0f}, v4f{m22, h, m00, 1.0f});
+    const v4f a = batch_atan2f3_lanes(y, x);
     // rx = -a when ry is near -pi/2 (a sign flip, as negation is); rz = +0 when locked
     const LaneMask4 flip{up ? INT32_MIN : 0, 0, 0, 0}, clear{0, 0, locked ? -1 : 0, 0};
-    const Lanes4 e = (Lanes4)(((LaneMask4)a ^ flip) & ~clear);
-    const LaneMask4 low = e < Lanes4{kWrapBelow, kWrapBelow, kWrapBelow, kWrapBelow};
-    const Lanes4 w = select_lanes(low, e + Lanes4{kTwoPiF, kTwoPiF, kTwoPiF, kTwoPiF}, e);
+    const v4f e = (v4f)(((LaneMask4)a ^ flip) & ~clear);
+    const LaneMask4 low = e < v4f{kWrapBelow, kWrapBelow, kWrapBelow, kWrapBelow};
+    const v4f w = select_lanes(low, e + v4f{kTwoPiF, kTwoPiF, kTwoPiF, kTwoPiF}, e);
     return Euler{w[0], w[1], w[2]};
 }
 
-inline Euler euler_from_rotation(const Matrix& R) { return euler_from_rows(rotation_rows(R)); }
+inline Euler euler_from_rotation(const Matrix& R) { return euler_from_rows(load_transform(R)); }
 
-// Quaternion of a rotation. Four cases: the trace is positive (the root gives
+// Quaternion of the rotation block of R. Four cases: the trace is positive (the root gives
 // w), else the largest diagonal element gives x, y or z. Comparisons are
 // strict (ties go to the later case) and the sign of w is left as the case
 // gives it.
@@ -116,7 +106,7 @@ inline Euler euler_from_rotation(const Matrix& R) { return euler_from_rows(rotat
 // known. Every case's radicand and every off-diagonal sum and difference are
 // formed as the case would form them, so the bits are those of the branching
 // code.
-inline Quaternion quat_from_rows(const RotationRows& R) {
+inline Quaternion quat_from_rows(const Transform& R) {
     const float m00 = R.row[0][0], m01 = R.row[0][1], m02 = R.row[0][2];
     const float m10 = R.row[1][0], m11 = R.row[1][1], m12 = R.row[1][2];
     const float m20 = R.row[2][0], m21 = R.row[2][1], m22 = R.row[2][2];
@@ -130,14 +120,14 @@ inline Quaternion quat_from_rows(const RotationRows& R) {
     // term[] over r gives each component but the root's own (6).
     static constexpr unsigned char kTerm[4][4] = {{6, 0, 1, 2}, {0, 6, 3, 4}, {1, 3, 6, 5}, {2, 4, 5, 6}};
     const unsigned char* k = kTerm[root];
-    const Lanes4 quotient = Lanes4{term[k[0]], term[k[1]], term[k[2]], term[k[3]]} / Lanes4{r, r, r, r};
+    const v4f quotient = v4f{term[k[0]], term[k[1]], term[k[2]], term[k[3]]} / v4f{r, r, r, r};
     const float q = r / 4.0f;
     const LaneMask4 own = LaneMask4{0, 1, 2, 3} == LaneMask4{root, root, root, root};
-    const Lanes4 c = select_lanes(own, Lanes4{q, q, q, q}, quotient);
+    const v4f c = select_lanes(own, v4f{q, q, q, q}, quotient);
     return Quaternion{c[0], c[1], c[2], c[3]};
 }
 
-inline Quaternion quat_from_rotation(const Matrix& R) { return quat_from_rows(rotation_rows(R)); }
+inline Quaternion quat_from_rotation(const Matrix& R) { return quat_from_rows(load_transform(R)); }
 
 // Homogeneous transform from a rotation already in rows/columns 0..2 of r and
 // a position: column 3 = (x, y, z, 1), row 3 = (0, 0, 0, 1).
@@ -166,13 +156,12 @@ inline Matrix transform_from_pose_quat(const Pose& p) {
     return finish_transform(r, p.x, p.y, p.z);
 }
 
-// Pose of a 4x4 transform given as its top three rows, with both orientation
-// forms filled.
-inline Pose pose_from_rows(const RotationRows& T) {
+// Pose of a 4x4 transform with both orientation forms filled.
+inline Pose pose_from_rows(const Transform& T) {
     return Pose{T.row[0][3], T.row[1][3], T.row[2][3], quat_from_rows(T), euler_from_rows(T)};
 }
 
-inline Pose pose_from_transform(const Matrix& T) { return pose_from_rows(rotation_rows(T)); }
+inline Pose pose_from_transform(const Matrix& T) { return pose_from_rows(load_transform(T)); }
 
 }  // namespace tova
 
