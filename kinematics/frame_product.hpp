@@ -63,9 +63,11 @@ inline bool all_lanes(v4i m) {
 }
 inline v4i finite(v4f x) { return x * splat(0.0f) == splat(0.0f); }  // false for inf and NaN
 
-inline bool unit_last_row(const Transform &a) {
-    return all_lanes((v4i)a.row[3] == (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f});
+// Lanes of a's last row that equal (0, 0, 0, 1) bit for bit.
+inline v4i unit_last_row_lanes(const Transform &a) {
+    return (v4i)a.row[3] == (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f};
 }
+inline bool unit_last_row(const Transform &a) { return all_lanes(unit_last_row_lanes(a)); }
 inline bool finite_top(const Transform &a) {
     return all_lanes(finite(a.row[0]) & finite(a.row[1]) & finite(a.row[2]));
 }
@@ -106,9 +108,8 @@ __attribute__((noinline, cold)) auto use_stepwise(const Transform &w, const Tran
 template <class Use>
 inline auto with_chain(const Transform &w, const Transform &i, const Transform &f, const Transform &t, Use use) {
     using namespace frame_product_detail;
-    const v4i unit = (v4i)v4f{0.0f, 0.0f, 0.0f, 1.0f};
-    if (all_lanes(((v4i)w.row[3] == unit) & ((v4i)i.row[3] == unit) & ((v4i)f.row[3] == unit) &
-                  ((v4i)t.row[3] == unit))) {
+    if (all_lanes(unit_last_row_lanes(w) & unit_last_row_lanes(i) & unit_last_row_lanes(f) &
+                  unit_last_row_lanes(t))) {
         const Transform r = mul_homogeneous(w, mul_homogeneous(i, mul_homogeneous(f, t)));
         if (finite_top(r)) return use(r);
     }

@@ -24,6 +24,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "math/transform_rows.hpp"  // v4f
+
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
 #define TOVA_BATCH_X86_KERNELS 1
 #include <immintrin.h>
@@ -225,9 +227,6 @@ inline void batch_atan2f(const float *y, const float *x, float *out, int n) {
 #endif
     batch_detail::scalar_atan2f(y, x, out, n);
 }
-
-// (The same type as the rows of math/transform_rows.hpp.)
-typedef float v4f __attribute__((vector_size(16)));
 
 // atan2f of lanes 0..2 of y and x, bit for bit; lane 3 of the result is not
 // specified.
